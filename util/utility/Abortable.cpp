@@ -1,0 +1,8 @@
+// Key function of Abortable.
+#include "util/utility/Abortable.h"
+
+namespace Quarn {
+
+Abortable::~Abortable() = default;
+
+} // namespace Quarn
