@@ -46,6 +46,19 @@ public:
                 t.m[r][c] = m[c][r];
         return t;
     }
+    // The inverse through the adjugate; a singular matrix (determinant zero) gives all
+    // elements NaN, so the failure shows up in every result computed from it.
+    constexpr Matrix3x3 getInverse() const noexcept
+    {
+        Vector3D a = getRight(), b = getUp(), c = getForward();
+        double determinant = a.dot(b.cross(c));
+        if (determinant == 0.0) {
+            Vector3D nan = Vector3D::getNaN();
+            return {nan, nan, nan};
+        }
+        // The rows of the inverse are the pairwise cross products of the columns.
+        return Matrix3x3(b.cross(c) / determinant, c.cross(a) / determinant, a.cross(b) / determinant).getTranspose();
+    }
     // Sum of the squares of all nine elements.
     constexpr double getSquareNorm() const noexcept
     {
