@@ -45,10 +45,8 @@ std::string Unicode::toUTF8(std::wstring_view text)
     return out;
 }
 
-std::wstring Unicode::fromUTF8(std::string_view text)
+void Unicode::appendFromUTF8(std::wstring& out, std::string_view text)
 {
-    std::wstring out;
-    out.reserve(text.size());
     std::size_t i = 0;
     while (i < text.size()) {
         auto lead = static_cast<unsigned char>(text[i]);
@@ -57,35 +55,50 @@ std::wstring Unicode::fromUTF8(std::string_view text)
             ++i;
             continue;
         }
+        // The allowed range of the second byte excludes overlong forms, surrogates and
+        // code points above U+10FFFF up front, so a bad sequence is cut at its first bad byte.
         std::size_t length = 0;
         char32_t code = 0;
-        char32_t minimum = 0;
-        if ((lead & 0xE0) == 0xC0) {
-            length = 2, code = lead & 0x1F, minimum = 0x80;
-        } else if ((lead & 0xF0) == 0xE0) {
-            length = 3, code = lead & 0x0F, minimum = 0x800;
-        } else if ((lead & 0xF8) == 0xF0) {
-            length = 4, code = lead & 0x07, minimum = 0x10000;
+        unsigned char low = 0x80;
+        unsigned char high = 0xBF;
+        if (lead >= 0xC2 && lead <= 0xDF) {
+            length = 2, code = lead & 0x1F;
+        } else if (lead >= 0xE0 && lead <= 0xEF) {
+            length = 3, code = lead & 0x0F;
+            if (lead == 0xE0)
+                low = 0xA0;
+            else if (lead == 0xED)
+                high = 0x9F;
+        } else if (lead >= 0xF0 && lead <= 0xF4) {
+            length = 4, code = lead & 0x07;
+            if (lead == 0xF0)
+                low = 0x90;
+            else if (lead == 0xF4)
+                high = 0x8F;
         }
         std::size_t taken = 1;
-        bool ok = length != 0 && i + length <= text.size();
-        for (; ok && taken < length; ++taken) {
+        for (; length != 0 && taken < length && i + taken < text.size(); ++taken) {
             auto next = static_cast<unsigned char>(text[i + taken]);
-            if ((next & 0xC0) != 0x80) {
-                ok = false;
+            if (next < low || next > high)
                 break;
-            }
             code = (code << 6) | (next & 0x3F);
+            low = 0x80, high = 0xBF;
         }
-        if (ok && code >= minimum && isScalarValue(code)) {
+        if (taken == length) {
             out.push_back(static_cast<wchar_t>(code));
-            i += length;
         } else {
-            // One replacement per maximal bad prefix, so the text after it survives.
+            // One replacement per maximal bad prefix, wherever it is cut, so the text after it survives.
             out.push_back(static_cast<wchar_t>(Replacement));
-            i += taken;
         }
+        i += taken;
     }
+}
+
+std::wstring Unicode::fromUTF8(std::string_view text)
+{
+    std::wstring out;
+    out.reserve(text.size());
+    appendFromUTF8(out, text);
     return out;
 }
 
@@ -112,8 +125,7 @@ std::wstring Unicode::fromUTF16(std::u16string_view text)
     out.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
         char16_t unit = text[i];
-        if (unit >= 0xD800 && unit <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 &&
-            text[i + 1] <= 0xDFFF) {
+        if (unit >= 0xD800 && unit <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF) {
             char32_t c = 0x10000 + ((char32_t(unit) - 0xD800) << 10) + (char32_t(text[i + 1]) - 0xDC00);
             out.push_back(static_cast<wchar_t>(c));
             ++i;

@@ -15,7 +15,10 @@ public:
 
     static std::string toUTF8(std::wstring_view text);
     static void appendUTF8(std::string& out, std::wstring_view text);
+    // Each maximal invalid prefix (bad lead byte, overlong form, surrogate, code point above
+    // U+10FFFF, sequence cut short) becomes one U+FFFD; decoding goes on at the byte after it.
     static std::wstring fromUTF8(std::string_view text);
+    static void appendFromUTF8(std::wstring& out, std::string_view text);
 
     // UTF-16 units; characters above U+FFFF become surrogate pairs.
     static std::u16string toUTF16(std::wstring_view text);
@@ -26,10 +29,7 @@ public:
     static std::size_t getUTF16Length(std::wstring_view text) noexcept;
 
     // A code point that UTF-8/16 can carry (not a surrogate, at most U+10FFFF).
-    static constexpr bool isScalarValue(char32_t c) noexcept
-    {
-        return c < 0xD800 || (c > 0xDFFF && c <= 0x10FFFF);
-    }
+    static constexpr bool isScalarValue(char32_t c) noexcept { return c < 0xD800 || (c > 0xDFFF && c <= 0x10FFFF); }
 };
 
 } // namespace Quarn
