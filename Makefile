@@ -10,7 +10,8 @@ build/default/build.ninja:
 
 demo: deps build/default/build.ninja
 	cmake --build --preset default
-	ctest --preset default -R PackageConsumer --output-on-failure -V | grep -E '^[0-9]+: (2 inches|caught)' || true
+	build/default/examples/quarn-example-chain build/default/example.log
+	head -n 40 build/default/example.log
 
 test: deps build/default/build.ninja
 	cmake --build --preset default

@@ -4,6 +4,7 @@
 
 #include "util/utility/Export.h"
 #include "util/utility/math/Vector3D.h"
+#include "util/utility/text/Message.h"
 
 #include <cstdint>
 #include <string>
@@ -13,7 +14,6 @@ namespace Quarn {
 
 class AxisOrdering;
 class AxisValues;
-class Message;
 class NCContext;
 class NCTool;
 class Point3D;

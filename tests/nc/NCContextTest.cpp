@@ -18,12 +18,12 @@ using namespace Quarn;
 namespace {
 
 // 90 degrees about Z: x goes to y.
-Matrix3x3 const QUARTER_TURN_Z{Vector3D{0, 1, 0}, Vector3D{-1, 0, 0}, Vector3D{0, 0, 1}};
+Matrix3x3 const QUARTER_TURN_Z {Vector3D {0, 1, 0}, Vector3D {-1, 0, 0}, Vector3D {0, 0, 1}};
 
 Matrix3x3 rotationAboutX(double angle)
 {
-    return {Vector3D{1, 0, 0}, Vector3D{0, std::cos(angle), std::sin(angle)},
-            Vector3D{0, -std::sin(angle), std::cos(angle)}};
+    return {Vector3D {1, 0, 0}, Vector3D {0, std::cos(angle), std::sin(angle)},
+        Vector3D {0, -std::sin(angle), std::cos(angle)}};
 }
 
 void expectNear(Vector3D const& actual, Vector3D const& expected, double tolerance = 1e-12)
@@ -62,7 +62,7 @@ TEST(NCContext, EffectiveWorkOffsetPrefersTheDynamicOne)
     struct Row {
         unsigned int work, dynamic, effective;
     };
-    for (Row row : {Row{3, NCContext::NO_DYNAMIC_WORK_OFFSET, 3}, Row{3, 0, 0}, Row{3, 7, 7}}) {
+    for (Row row : {Row {3, NCContext::NO_DYNAMIC_WORK_OFFSET, 3}, Row {3, 0, 0}, Row {3, 7, 7}}) {
         NCContext context;
         context.setWorkOffset(row.work);
         context.setDynamicWorkOffset(row.dynamic);
@@ -77,8 +77,8 @@ TEST(NCContext, ToolAxisSelectsVectorAndComponent)
         Vector3D vector;
         double component;
     };
-    Vector3D const v{4, 5, 6};
-    for (Row row : {Row{0, {1, 0, 0}, 4}, Row{1, {0, 1, 0}, 5}, Row{2, {0, 0, 1}, 6}, Row{9, {0, 0, 1}, 6}}) {
+    Vector3D const v {4, 5, 6};
+    for (Row row : {Row {0, {1, 0, 0}, 4}, Row {1, {0, 1, 0}, 5}, Row {2, {0, 0, 1}, 6}, Row {9, {0, 0, 1}, 6}}) {
         NCContext context;
         context.setToolAxis(static_cast<NCContext::ToolAxis>(row.axis));
         EXPECT_EQ(context.getToolAxisVector(), row.vector) << row.axis;
@@ -105,9 +105,9 @@ TEST(NCContext, TransformationsApplyOriginAndPlaneThenScale)
         context.setPlane(QUARTER_TURN_Z);
         context.setWCSOrigin({-1, 0, 2});
         context.setWCSPlane(rotationAboutX(std::numbers::pi / 2));
-        expectNear(context.getTransformation().transformPoint({1, 0, 0}), Vector3D{10, 21, 30} * f);
-        expectNear(context.getWCSTransformation().transformPoint({0, 1, 0}), Vector3D{-1, 0, 3} * f);
-        expectNear(context.getTransformation().transformDirection({1, 0, 0}), Vector3D{0, f, 0});
+        expectNear(context.getTransformation().transformPoint({1, 0, 0}), Vector3D {10, 21, 30} * f);
+        expectNear(context.getWCSTransformation().transformPoint({0, 1, 0}), Vector3D {-1, 0, 3} * f);
+        expectNear(context.getTransformation().transformDirection({1, 0, 0}), Vector3D {0, f, 0});
     }
     NCContext millimetres;
     millimetres.setOrigin({10, 20, 30});
@@ -132,10 +132,9 @@ TEST(NCContext, EachSystemIsItsOriginAndPlaneAsOneMatrix)
         {"work", &NCContext::setWork, &NCContext::getWork, &NCContext::getOrigin, &NCContext::getPlane},
         {"WCS", &NCContext::setWCS, &NCContext::getWCS, &NCContext::getWCSOrigin, &NCContext::getWCSPlane},
         {"dynamic WCS", &NCContext::setDynamicWCS, &NCContext::getDynamicWCS, &NCContext::getDynamicWCSOrigin,
-         &NCContext::getDynamicWCSPlane},
+            &NCContext::getDynamicWCSPlane},
         {"FCS", &NCContext::setFCS, &NCContext::getFCS, &NCContext::getFCSOrigin, &NCContext::getFCSPlane},
-        {"model", &NCContext::setModel, &NCContext::getModel, &NCContext::getModelOrigin,
-         &NCContext::getModelPlane},
+        {"model", &NCContext::setModel, &NCContext::getModel, &NCContext::getModelOrigin, &NCContext::getModelPlane},
     };
     Matrix4x4 system(QUARTER_TURN_Z);
     system.setTranslation({1, 2, 3});
@@ -162,7 +161,7 @@ TEST(NCContext, AxisSubstitutionRadiusIsStoredAsItsReciprocal)
     struct Row {
         double radius, stored, readBack;
     };
-    for (Row row : {Row{4, 0.25, 4}, Row{0, -1, -1}, Row{-2, -1, -1}}) {
+    for (Row row : {Row {4, 0.25, 4}, Row {0, -1, -1}, Row {-2, -1, -1}}) {
         NCContext context;
         context.setAxisSubstitutionRadius(row.radius);
         EXPECT_EQ(context.getInverseAxisSubstitutionRadius(), row.stored) << row.radius;
@@ -177,10 +176,16 @@ TEST(NCContext, IsSameToleratesOnlyTinyGeometricDifferences)
         char const* name;
         Shift shift;
     };
-    auto plane = [](double d) { return Matrix3x3(Vector3D{1, d, 0}, Vector3D{0, 1, 0}, Vector3D{0, 0, 1}); };
+    auto plane = [](double d) { return Matrix3x3(Vector3D {1, d, 0}, Vector3D {0, 1, 0}, Vector3D {0, 0, 1}); };
     Row const rows[] = {
-        {"origin", [](NCContext& c, double d) { c.setOrigin({d, 0, 0}); }},
-        {"WCS origin", [](NCContext& c, double d) { c.setWCSOrigin({0, d, 0}); }},
+        {"origin",
+            [](NCContext& c, double d) {
+                c.setOrigin({d, 0, 0});
+            }},
+        {"WCS origin",
+            [](NCContext& c, double d) {
+                c.setWCSOrigin({0, d, 0});
+            }},
         {"plane", [&](NCContext& c, double d) { c.setPlane(plane(d)); }},
         {"WCS plane", [&](NCContext& c, double d) { c.setWCSPlane(plane(d)); }},
         {"dynamic WCS plane", [&](NCContext& c, double d) { c.setDynamicWCSPlane(plane(d)); }},
@@ -226,7 +231,9 @@ TEST(NCContext, IsSameComparesModesExactlyAndIgnoresNamesAndOtherSystems)
     Change const ignored[] = {
         [](NCContext& c) { c.setType(NCContext::TYPE_TURNING); },
         [](NCContext& c) { c.setWorkName(L"G54"); },
-        [](NCContext& c) { c.setFCSOrigin({1, 0, 0}); },
+        [](NCContext& c) {
+            c.setFCSOrigin({1, 0, 0});
+        },
         [](NCContext& c) { c.setModelPlane(QUARTER_TURN_Z); },
         [](NCContext& c) { c.setJetMode(NCContext::JET_ETCHING); },
     };
@@ -251,13 +258,14 @@ TEST(NCContext, CylindricalCoordinatesTurnAboutTheToolAxis)
         Vector3D rectangular; // radius 2 at +90 degrees, height 5
     };
     double const quarter = std::numbers::pi / 2;
-    for (Row row : {Row{NCContext::TOOL_AXIS_Z, {0, 2, 5}}, Row{NCContext::TOOL_AXIS_X, {5, 0, 2}},
-                    Row{NCContext::TOOL_AXIS_Y, {2, 5, 0}}}) {
+    for (Row row : {Row {NCContext::TOOL_AXIS_Z, {0, 2, 5}}, Row {NCContext::TOOL_AXIS_X, {5, 0, 2}},
+             Row {NCContext::TOOL_AXIS_Y, {2, 5, 0}}}) {
         NCContext context;
         context.setToolAxis(row.axis);
         expectNear(context.rectangularToCylindrical(row.rectangular), {2, quarter, 5});
         expectNear(context.cylindricalToRectangular({2, quarter, 5}), row.rectangular);
-        expectNear(context.cylindricalToRectangular(context.rectangularToCylindrical({-1.5, 0.25, 7})), {-1.5, 0.25, 7});
+        expectNear(
+            context.cylindricalToRectangular(context.rectangularToCylindrical({-1.5, 0.25, 7})), {-1.5, 0.25, 7});
     }
 }
 
@@ -272,7 +280,7 @@ TEST(NCContext, ReplacedAxisWrapsTheFlatProgramOntoTheCylinder)
 
     TestSupport::AssertionCapture capture;
     context.getReplacedAxis({1, 1, 1}, 0);
-    ASSERT_EQ(capture.texts(), std::vector<std::string>{"EXPECTS:radius > 0"});
+    ASSERT_EQ(capture.texts(), std::vector<std::string> {"EXPECTS:radius > 0"});
     EXPECT_EQ(capture.reports()[0].file, "nc/nc/NCContext");
 }
 
@@ -298,18 +306,18 @@ TEST(NCContext, WorkViewConvertedToWCSKeepsTheGlobalTransformation)
 TEST(NCContext, MakeNiceViewsSnapsNearlyAxisAlignedPlanes)
 {
     NCContext context;
-    context.setPlane({Vector3D{1, 1e-9, 0}, Vector3D{-1e-9, 1, 0}, Vector3D{0, 0, 1 + 1e-10}});
-    context.setWCSPlane({Vector3D{1e-9, 1, 0}, Vector3D{-1, 0, 0}, Vector3D{0, 0, 1}});
+    context.setPlane({Vector3D {1, 1e-9, 0}, Vector3D {-1e-9, 1, 0}, Vector3D {0, 0, 1 + 1e-10}});
+    context.setWCSPlane({Vector3D {1e-9, 1, 0}, Vector3D {-1, 0, 0}, Vector3D {0, 0, 1}});
     // A mirrored plane stays mirrored.
-    context.setFCSPlane({Vector3D{1, 0, 0}, Vector3D{0, -1 + 1e-9, 0}, Vector3D{0, 0, 1}});
+    context.setFCSPlane({Vector3D {1, 0, 0}, Vector3D {0, -1 + 1e-9, 0}, Vector3D {0, 0, 1}});
     // Components far from 0 and 1 are kept; the plane only becomes orthonormal.
     double const c = std::cos(0.5), s = std::sin(0.5);
-    context.setModelPlane({Vector3D{c, s, 1e-9}, Vector3D{-s, c, 0}, Vector3D{0, 0, 1}});
+    context.setModelPlane({Vector3D {c, s, 1e-9}, Vector3D {-s, c, 0}, Vector3D {0, 0, 1}});
 
     context.makeNiceViews(1e-6);
     EXPECT_EQ(context.getPlane(), Matrix3x3());
     EXPECT_EQ(context.getWCSPlane(), QUARTER_TURN_Z);
-    EXPECT_EQ(context.getFCSPlane(), Matrix3x3(Vector3D{1, 0, 0}, Vector3D{0, -1, 0}, Vector3D{0, 0, 1}));
+    EXPECT_EQ(context.getFCSPlane(), Matrix3x3(Vector3D {1, 0, 0}, Vector3D {0, -1, 0}, Vector3D {0, 0, 1}));
     EXPECT_EQ(context.getDynamicWCSPlane(), Matrix3x3());
     Matrix3x3 const model = context.getModelPlane();
     EXPECT_EQ(model.getRight().z, 0.0);

@@ -21,20 +21,42 @@ TEST(NCCycle, NamesResolveUnderEveryAcceptedNamespace)
         char const* name;
         unsigned int value;
     } const cases[] = {
-        {"drilling", 1}, {"counter-boring", 2}, {"tapping", 7}, {"right-tapping-with-chip-breaking", 12},
-        {"back-boring", 17}, {"thread-milling", 23}, {"right-thread-milling", 23}, {"left-thread-milling", 24},
-        {"custom", 25}, {"probe", 26}, {"probing-z", 29}, {"probing-x-channel", 30}, {"probe-x-channel", 30},
-        {"probe-y-wall-not-symmetric", 39}, {"probing-xy-circular-hole", 42}, {"probe-xy-circular-hole", 42},
-        {"probing-xy-circular-hole-with-island", 43}, {"probing-xy-circular-partial-hole", 45},
-        {"probing-xy-circular-partial-hole-with-island", 47}, {"probe-xy-circular-hole-with-z", 48},
-        {"probing-xy-circular-hole-with-z", 50}, {"probing-xy-circular-boss-with-z", 50},
-        {"probe-xy-circular-boss-with-z", 50}, {"probing-xy-pcd-boss", 53}, {"probe-xyz-corner", 60},
-        {"probing-y-plane-angle", 62}, {"inspect", 63}, {"thread-turning", 64}, {"stock-transfer", 65},
-        {"turning-TNR", 69}, {"turning-canned-rough", 70}, {"tool-call", 71},
+        {"drilling", 1},
+        {"counter-boring", 2},
+        {"tapping", 7},
+        {"right-tapping-with-chip-breaking", 12},
+        {"back-boring", 17},
+        {"thread-milling", 23},
+        {"right-thread-milling", 23},
+        {"left-thread-milling", 24},
+        {"custom", 25},
+        {"probe", 26},
+        {"probing-z", 29},
+        {"probing-x-channel", 30},
+        {"probe-x-channel", 30},
+        {"probe-y-wall-not-symmetric", 39},
+        {"probing-xy-circular-hole", 42},
+        {"probe-xy-circular-hole", 42},
+        {"probing-xy-circular-hole-with-island", 43},
+        {"probing-xy-circular-partial-hole", 45},
+        {"probing-xy-circular-partial-hole-with-island", 47},
+        {"probe-xy-circular-hole-with-z", 48},
+        {"probing-xy-circular-hole-with-z", 50},
+        {"probing-xy-circular-boss-with-z", 50},
+        {"probe-xy-circular-boss-with-z", 50},
+        {"probing-xy-pcd-boss", 53},
+        {"probe-xyz-corner", 60},
+        {"probing-y-plane-angle", 62},
+        {"inspect", 63},
+        {"thread-turning", 64},
+        {"stock-transfer", 65},
+        {"turning-TNR", 69},
+        {"turning-canned-rough", 70},
+        {"tool-call", 71},
     };
     for (auto const& c : cases) {
         std::string const uris[] = {c.name, A + "/namespace/nc/cycle/" + c.name, B + "/namespace/nc/cycle/" + c.name,
-                                    A + "/namespace/nc/" + c.name};
+            A + "/namespace/nc/" + c.name};
         for (auto const& uri : uris) {
             EXPECT_EQ(NCCycle::getWellKnownCycle(uri.c_str()), c.value) << uri;
             EXPECT_TRUE(NCCycle::isWellKnownCycle(uri.c_str())) << uri;
@@ -44,10 +66,9 @@ TEST(NCCycle, NamesResolveUnderEveryAcceptedNamespace)
 
 TEST(NCCycle, UnknownNamesAreNotCycles)
 {
-    std::string const names[] = {"Drilling", "drilling ", "turning-tnr", "probing-x-plane-angle-2",
-                                 "probe-x", "probe-xy-circular-partial-hole", "probe-xy-pcd-hole",
-                                 "", A + "/namespace/nc/cycle",
-                                 "http://elsewhere/drilling"};
+    std::string const names[] = {"Drilling", "drilling ", "turning-tnr", "probing-x-plane-angle-2", "probe-x",
+        "probe-xy-circular-partial-hole", "probe-xy-pcd-hole", "", A + "/namespace/nc/cycle",
+        "http://elsewhere/drilling"};
     for (auto const& name : names) {
         EXPECT_EQ(NCCycle::getWellKnownCycle(name.c_str()), NCCycle::CYCLE_NONE) << name;
         EXPECT_FALSE(NCCycle::isWellKnownCycle(name.c_str())) << name;

@@ -38,8 +38,8 @@ TEST(NCStream, MovementFlagsRoundTripForEveryMovement)
 
 TEST(NCStream, MovementGroupsKeepTheirIrregularAssignments)
 {
-    unsigned int const expected[] = {0xA, 0x2, 0x1, 0x2, 0x2, 0x2, 0x6, 0x6, 0x6, 0x6, 0x2,
-                                     0x2, 0x2, 0x1, 0x1, 0xA, 0x1, 0x2, 0x1, 0x1, 0x2, 0xA};
+    unsigned int const expected[] = {
+        0xA, 0x2, 0x1, 0x2, 0x2, 0x2, 0x6, 0x6, 0x6, 0x6, 0x2, 0x2, 0x2, 0x1, 0x1, 0xA, 0x1, 0x2, 0x1, 0x1, 0x2, 0xA};
     for (unsigned int m = 0; m < NCStream::MOVEMENT_COUNT; ++m) {
         EXPECT_EQ(NCStream::getMovementGroup(m), expected[m]) << m;
         EXPECT_EQ(NCStream::isCuttingMovement(m), (expected[m] & 1) != 0) << m;
@@ -71,9 +71,9 @@ TEST(NCStream, RadiusCompensationBits)
     struct Case {
         unsigned int flags;
         NCStream::Compensation expected;
-    } const cases[] = {{0, NCStream::COMPENSATION_OFF},     {0x80, NCStream::COMPENSATION_LEFT},
-                       {0x100, NCStream::COMPENSATION_RIGHT}, {0x180, NCStream::COMPENSATION_OFF},
-                       {0x7F | 0x80, NCStream::COMPENSATION_LEFT}};
+    } const cases[]
+        = {{0, NCStream::COMPENSATION_OFF}, {0x80, NCStream::COMPENSATION_LEFT}, {0x100, NCStream::COMPENSATION_RIGHT},
+            {0x180, NCStream::COMPENSATION_OFF}, {0x7F | 0x80, NCStream::COMPENSATION_LEFT}};
     for (auto const& c : cases)
         EXPECT_EQ(NCStream::getRadiusCompensation(c.flags), c.expected) << c.flags;
     EXPECT_EQ(NCStream::getRadiusCompensationFlags(NCStream::COMPENSATION_OFF), 0u);
@@ -83,8 +83,8 @@ TEST(NCStream, RadiusCompensationBits)
 
 TEST(NCStream, OppositeCommandsPairOnlyTheListedCommands)
 {
-    std::vector<std::pair<unsigned, unsigned>> const pairs = {{10, 11}, {12, 13}, {14, 15}, {17, 18}, {19, 20},
-                                                              {29, 30}, {31, 32}, {33, 34}, {35, 36}, {38, 39}};
+    std::vector<std::pair<unsigned, unsigned>> const pairs
+        = {{10, 11}, {12, 13}, {14, 15}, {17, 18}, {19, 20}, {29, 30}, {31, 32}, {33, 34}, {35, 36}, {38, 39}};
     for (unsigned int c = 0; c < NCStream::COMMAND_COUNT; ++c) {
         unsigned int expected = 0;
         for (auto [on, off] : pairs) {
@@ -162,8 +162,8 @@ TEST(NCStream, RemapNamespaceRewritesOnlyALeadingSecondBase)
     EXPECT_TRUE(NCStream::remapNamespace(uri));
     EXPECT_EQ(uri, A + "/namespace/nc/format/compact-nci");
 
-    std::string const untouched[] = {"x" + B + "/namespace/nc", A + "/namespace/nc", B + "/namespaces/nc", B,
-                                     "prefix/" + B + "/namespace/"};
+    std::string const untouched[]
+        = {"x" + B + "/namespace/nc", A + "/namespace/nc", B + "/namespaces/nc", B, "prefix/" + B + "/namespace/"};
     for (auto const& original : untouched) {
         std::string text = original;
         EXPECT_FALSE(NCStream::remapNamespace(text)) << original;
@@ -201,14 +201,13 @@ public:
 
     bool onRapid5D(Vector3D const& end, Vector3D const& direction, unsigned int flags) override
     {
-        seen.push_back(L"rapid " + end.getAsString() + L" " + direction.getAsString() + L" " +
-                       std::to_wstring(flags));
+        seen.push_back(L"rapid " + end.getAsString() + L" " + direction.getAsString() + L" " + std::to_wstring(flags));
         return false;
     }
     bool onLinear5D(Vector3D const& end, Vector3D const& direction, double feedrate, unsigned int flags) override
     {
-        seen.push_back(L"linear " + end.getAsString() + L" " + direction.getAsString() + L" " +
-                       std::to_wstring(feedrate) + L" " + std::to_wstring(flags));
+        seen.push_back(L"linear " + end.getAsString() + L" " + direction.getAsString() + L" "
+            + std::to_wstring(feedrate) + L" " + std::to_wstring(flags));
         return true;
     }
 };
@@ -219,12 +218,12 @@ TEST(NCStream, KindedParameterSendsTheKindFirstAndStopsWhenRefused)
 {
     ParameterRecorder recorder;
     EXPECT_TRUE(recorder.onParameter("depth", 2.5, NCStream::PARAMETER_KIND_LENGTH));
-    EXPECT_EQ(recorder.seen, (std::vector<std::string>{"kind:1", "depth=2.500000"}));
+    EXPECT_EQ(recorder.seen, (std::vector<std::string> {"kind:1", "depth=2.500000"}));
 
     recorder.seen.clear();
     recorder.refuse = "kind";
     EXPECT_FALSE(recorder.onParameter("depth", 2.5, NCStream::PARAMETER_KIND_ANGLE));
-    EXPECT_EQ(recorder.seen, (std::vector<std::string>{"kind:2"}));
+    EXPECT_EQ(recorder.seen, (std::vector<std::string> {"kind:2"}));
 
     recorder.seen.clear();
     recorder.refuse = "depth";

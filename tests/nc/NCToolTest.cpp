@@ -47,7 +47,7 @@ TEST(NCTool, NegativeSpindleSpeedsAreReportedInTestMode)
     EXPECT_TRUE(capture.reports().empty());
     tool.setSpindleRPM(-1);
     tool.setRampingSpindleRPM(-2);
-    EXPECT_EQ(capture.texts(), (std::vector<std::string>{"newSpindleSpeed >= 0", "newRampingSpindleSpeed >= 0"}));
+    EXPECT_EQ(capture.texts(), (std::vector<std::string> {"newSpindleSpeed >= 0", "newRampingSpindleSpeed >= 0"}));
     EXPECT_EQ(capture.reports()[0].file, "nc/nc/NCTool");
     // Release code goes on with the value given.
     EXPECT_EQ(tool.getSpindleRPM(), -1.0);
@@ -92,11 +92,16 @@ TEST(NCTool, ToolCategoryTableCoversEveryTypeAndDefaultsBeyond)
         NCTool::ToolCategory category;
     };
     Row const rows[] = {
-        {0, NCTool::TOOL_CATEGORY_OTHER},       {1, NCTool::TOOL_CATEGORY_HOLE_MAKING},
-        {5, NCTool::TOOL_CATEGORY_MILLING},     {29, NCTool::TOOL_CATEGORY_TURNING},
-        {39, NCTool::TOOL_CATEGORY_PROBING},    {40, NCTool::TOOL_CATEGORY_JET},
-        {45, NCTool::TOOL_CATEGORY_DEPOSITING}, {46, NCTool::TOOL_CATEGORY_OTHER},
-        {47, NCTool::TOOL_CATEGORY_OTHER},      {1000, NCTool::TOOL_CATEGORY_OTHER},
+        {0, NCTool::TOOL_CATEGORY_OTHER},
+        {1, NCTool::TOOL_CATEGORY_HOLE_MAKING},
+        {5, NCTool::TOOL_CATEGORY_MILLING},
+        {29, NCTool::TOOL_CATEGORY_TURNING},
+        {39, NCTool::TOOL_CATEGORY_PROBING},
+        {40, NCTool::TOOL_CATEGORY_JET},
+        {45, NCTool::TOOL_CATEGORY_DEPOSITING},
+        {46, NCTool::TOOL_CATEGORY_OTHER},
+        {47, NCTool::TOOL_CATEGORY_OTHER},
+        {1000, NCTool::TOOL_CATEGORY_OTHER},
     };
     for (Row row : rows)
         EXPECT_EQ(NCTool::getToolCategory(static_cast<ToolGeometry::Type>(row.type)), row.category) << row.type;
@@ -104,13 +109,13 @@ TEST(NCTool, ToolCategoryTableCoversEveryTypeAndDefaultsBeyond)
     // The table agrees with the kinds of the geometry, the turning probe counting as a probe.
     for (unsigned int value = 0; value < ToolGeometry::TYPE_COUNT; ++value) {
         auto type = static_cast<ToolGeometry::Type>(value);
-        NCTool::ToolCategory expected = ToolGeometry::isProbe(type)       ? NCTool::TOOL_CATEGORY_PROBING
-                                        : ToolGeometry::isMilling(type)    ? NCTool::TOOL_CATEGORY_MILLING
-                                        : ToolGeometry::isHoleMaking(type) ? NCTool::TOOL_CATEGORY_HOLE_MAKING
-                                        : ToolGeometry::isTurning(type)    ? NCTool::TOOL_CATEGORY_TURNING
-                                        : ToolGeometry::isJetCutter(type)  ? NCTool::TOOL_CATEGORY_JET
-                                        : ToolGeometry::isDepositing(type) ? NCTool::TOOL_CATEGORY_DEPOSITING
-                                                                           : NCTool::TOOL_CATEGORY_OTHER;
+        NCTool::ToolCategory expected = ToolGeometry::isProbe(type) ? NCTool::TOOL_CATEGORY_PROBING
+            : ToolGeometry::isMilling(type)                         ? NCTool::TOOL_CATEGORY_MILLING
+            : ToolGeometry::isHoleMaking(type)                      ? NCTool::TOOL_CATEGORY_HOLE_MAKING
+            : ToolGeometry::isTurning(type)                         ? NCTool::TOOL_CATEGORY_TURNING
+            : ToolGeometry::isJetCutter(type)                       ? NCTool::TOOL_CATEGORY_JET
+            : ToolGeometry::isDepositing(type)                      ? NCTool::TOOL_CATEGORY_DEPOSITING
+                                                                    : NCTool::TOOL_CATEGORY_OTHER;
         EXPECT_EQ(NCTool::getToolCategory(type), expected) << value;
     }
     NCTool tool;
@@ -179,7 +184,7 @@ TEST(NCTool, IsSameComparesOnlyTheSelectedGroups)
         Options withoutGroup;
         withoutGroup.*row.group = false;
         EXPECT_TRUE(changed.isSame(NCTool(), withoutGroup)) << row.name;
-        Options onlyGroup{false, false, false, false, false, false, false};
+        Options onlyGroup {false, false, false, false, false, false, false};
         onlyGroup.*row.group = true;
         EXPECT_FALSE(changed.isSame(NCTool(), onlyGroup)) << row.name;
     }

@@ -54,11 +54,11 @@ TEST(NCUnit, BadUnitsAreReportedInTestMode)
     EXPECT_THROW(NCUnit::getUnitAsString(bad), TestSupport::AssertionCapture::Stop);
     ASSERT_EQ(capture.reports().size(), 3u);
     EXPECT_EQ(capture.texts()[0],
-              "(static_cast<unsigned int>(sourceUnit) < lengthOf(FACTORS)) && "
-              "(static_cast<unsigned int>(destinationUnit) < lengthOf(FACTORS))");
+        "(static_cast<unsigned int>(sourceUnit) < lengthOf(FACTORS)) && "
+        "(static_cast<unsigned int>(destinationUnit) < lengthOf(FACTORS))");
     EXPECT_EQ(capture.texts()[1],
-              "(static_cast<unsigned int>(srcUnit) < lengthOf(FACTORS)) && "
-              "(static_cast<unsigned int>(destUnit) < lengthOf(FACTORS))");
+        "(static_cast<unsigned int>(srcUnit) < lengthOf(FACTORS)) && "
+        "(static_cast<unsigned int>(destUnit) < lengthOf(FACTORS))");
     EXPECT_EQ(capture.texts()[2], "static_cast<unsigned int>(unit) < lengthOf(UNITS)");
     EXPECT_EQ(capture.reports()[0].file, "nc/nc/NCUnit");
 }
