@@ -1,0 +1,96 @@
+// Base of the filters that re-express every move of a section in another work frame.
+#pragma once
+
+#include "nc/nc/FilterNCStream.h"
+#include "util/utility/math/Matrix3x3.h"
+#include "util/utility/math/Matrix4x4.h"
+
+#include <vector>
+
+namespace Quarn {
+
+// Maps the positions and directions of every move through a local map set by the derived
+// class's onContext and, when that map is a mirror image, swaps the sense of arcs and circles.
+//
+// Positions of three-axis moves, arc centres, curve and NURBS control points and point-valued
+// parameters go through the point map; tool axes, x directions, surface and arc normals through
+// the direction map. An active axial offset shifts three-axis positions along the outgoing local
+// z and five-axis ends along their mapped tool axis. Extrusion moves, feedrates, flags and all
+// other arguments pass unchanged.
+class QUARN_NC_EXPORT FrameMapNCStream : public FilterNCStream {
+public:
+    ~FrameMapNCStream() override;
+
+    using FilterNCStream::onParameter;
+    // Every point-valued parameter is a position.
+    bool onParameter(char const* name, Point3D const& value) override;
+    bool onRapid(Vector3D const& end, unsigned int flags) override;
+    bool onRapid5D(
+        Vector3D const& end, Vector3D const& z, Vector3D const& x, Vector3D const& n, unsigned int flags) override;
+    bool onRapid5D(Vector3D const& end, Vector3D const& direction, unsigned int flags) override;
+    bool onLinear(Vector3D const& end, double feedrate, unsigned int flags) override;
+    bool onLinear5D(Vector3D const& end, Vector3D const& z, Vector3D const& x, Vector3D const& n, double feedrate,
+        unsigned int flags) override;
+    bool onLinear5D(Vector3D const& end, Vector3D const& direction, double feedrate, unsigned int flags) override;
+    bool onCWArc(Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate,
+        unsigned int flags) override;
+    bool onCCWArc(Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate,
+        unsigned int flags) override;
+    bool onCircular(Vector3D const& center, Vector3D const& end, Vector3D const& normal, double sweep, double feedrate,
+        unsigned int flags) override;
+    bool onCWCircle(Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate,
+        unsigned int flags) override;
+    bool onCCWCircle(Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate,
+        unsigned int flags) override;
+    bool onSpline(Vector3D const& control1, Vector3D const& control2, Vector3D const& end, double feedrate,
+        unsigned int flags) override;
+    bool onBezier(Vector3D const& control1, Vector3D const& control2, Vector3D const& end, double feedrate,
+        unsigned int flags) override;
+    bool onNURBS(Vector3D const* controlPoints, unsigned int count, double const* knots, unsigned int knotCount,
+        double feedrate, unsigned int flags) override;
+
+protected:
+    FrameMapNCStream() = default;
+    explicit FrameMapNCStream(SafePointer<NCStream> next) noexcept : FilterNCStream(next) { }
+
+    // The frame with the right and forward axes of m and the up axis forward x right:
+    // right-handed also when m is a mirror image.
+    static Matrix3x3 getRightHandedFrame(Matrix3x3 const& m) noexcept;
+
+    // Takes the incoming work plane as it lies after the transformation (transformedPlane) into
+    // the outgoing one: the local map becomes transpose(outgoingPlane) x transformedPlane, and
+    // arcs are swapped from now on when `mirror` is true.
+    void setLocalMap(Matrix3x3 const& outgoingPlane, Matrix3x3 const& transformedPlane, bool mirror) noexcept;
+
+    // A position of a three-axis move, with the axial offset along the outgoing local z.
+    Vector3D mapPosition(Vector3D const& position) const noexcept
+    {
+        Vector3D mapped = pointMap.transformPoint(position);
+        if (axialOffsetActive)
+            mapped.z += axialOffset;
+        return mapped;
+    }
+    // The end of a five-axis move, with the axial offset along its already mapped tool axis.
+    Vector3D mapToolEnd(Vector3D const& end, Vector3D const& mappedAxis) const noexcept
+    {
+        Vector3D mapped = pointMap.transformPoint(end);
+        if (axialOffsetActive)
+            mapped += axialOffset * mappedAxis;
+        return mapped;
+    }
+    Vector3D mapDirection(Vector3D const& direction) const noexcept { return directionMap * direction; }
+
+    // Left off by filters without an axial offset.
+    bool axialOffsetActive = false;
+    double axialOffset = 0.0;
+
+private:
+    bool mirrored = false;
+    Matrix4x4 pointMap;
+    Matrix3x3 directionMap;
+    // Scratch space of onNURBS: grows to the largest count seen and is reused, so that no
+    // event allocates once it has the size of the program's largest curve.
+    std::vector<Vector3D> controlPoints;
+};
+
+} // namespace Quarn

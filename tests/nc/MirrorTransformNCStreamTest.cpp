@@ -1,0 +1,33 @@
+// MirrorTransformNCStream: the same as the reflection as a transform; a second mirror restores all.
+#include "nc/nc/MirrorTransformNCStream.h"
+
+#include "nc/nc/AnyTransformNCStream.h"
+#include "tests/nc/TransformTesting.h"
+
+#include <gtest/gtest.h>
+
+using namespace Quarn;
+using TestSupport::RecordingNCStream;
+
+TEST(MirrorTransformNCStream, MirrorsLikeTheReflectionAndTwiceRestoresTheProgram)
+{
+    std::mt19937 random(11);
+    for (unsigned int trial = 0; trial < 300; ++trial) {
+        Vector3D const point = TestSupport::randomVector(random, 100.0);
+        Vector3D const normal = TestSupport::randomVector(random, 1.0).getNormalized();
+        auto const reflect = [&](Vector3D const& v) { return v - 2.0 * normal.dot(v) * normal; };
+        Matrix4x4 reflection(Matrix3x3(reflect({1, 0, 0}), reflect({0, 1, 0}), reflect({0, 0, 1})));
+        reflection.setTranslation(2.0 * point.dot(normal) * normal);
+
+        RecordingNCStream direct, mirrored, reflected, twice;
+        MirrorTransformNCStream mirror(&mirrored), second(&twice), first(&second);
+        for (auto* stream : {&mirror, &second, &first})
+            stream->setPlane(point, normal);
+        AnyTransformNCStream transform(&reflected);
+        transform.setTransform(reflection);
+        ASSERT_TRUE(TestSupport::sendRandomProgram(direct, trial) && TestSupport::sendRandomProgram(mirror, trial)
+            && TestSupport::sendRandomProgram(transform, trial) && TestSupport::sendRandomProgram(first, trial));
+        TestSupport::expectSameProgram(mirrored, reflected);
+        TestSupport::expectSameProgram(twice, direct);
+    }
+}
