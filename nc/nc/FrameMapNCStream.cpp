@@ -86,6 +86,37 @@ bool FrameMapNCStream::onCircular(Vector3D const& center, Vector3D const& end, V
     return next->onCircular(mapPosition(center), mapPosition(end), mirrored ? -n : n, sweep, feedrate, flags);
 }
 
+// Additive moves are positions like any other: they move with the frame, and their arcs
+// change sense under a mirror as milling arcs do.
+bool FrameMapNCStream::onLinearExtrude(Vector3D const& end, double feedrate, double extrusion)
+{
+    return next->onLinearExtrude(mapPosition(end), feedrate, extrusion);
+}
+
+bool FrameMapNCStream::onCWArcExtrude(Vector3D const& center, Vector3D const& end, Vector3D const& normal,
+    double feedrate, double extrusion, unsigned int flags)
+{
+    Vector3D const c = mapPosition(center), e = mapPosition(end), n = mapDirection(normal);
+    return mirrored ? next->onCCWArcExtrude(c, e, n, feedrate, extrusion, flags)
+                    : next->onCWArcExtrude(c, e, n, feedrate, extrusion, flags);
+}
+
+bool FrameMapNCStream::onCCWArcExtrude(Vector3D const& center, Vector3D const& end, Vector3D const& normal,
+    double feedrate, double extrusion, unsigned int flags)
+{
+    Vector3D const c = mapPosition(center), e = mapPosition(end), n = mapDirection(normal);
+    return mirrored ? next->onCWArcExtrude(c, e, n, feedrate, extrusion, flags)
+                    : next->onCCWArcExtrude(c, e, n, feedrate, extrusion, flags);
+}
+
+bool FrameMapNCStream::onCircularExtrude(Vector3D const& center, Vector3D const& end, Vector3D const& normal,
+    double sweep, double feedrate, double extrusion, unsigned int flags)
+{
+    Vector3D const n = mapDirection(normal);
+    return next->onCircularExtrude(
+        mapPosition(center), mapPosition(end), mirrored ? -n : n, sweep, feedrate, extrusion, flags);
+}
+
 bool FrameMapNCStream::onCWCircle(
     Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate, unsigned int flags)
 {

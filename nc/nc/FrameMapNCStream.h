@@ -38,6 +38,13 @@ public:
         unsigned int flags) override;
     bool onCircular(Vector3D const& center, Vector3D const& end, Vector3D const& normal, double sweep, double feedrate,
         unsigned int flags) override;
+    bool onLinearExtrude(Vector3D const& end, double feedrate, double extrusion) override;
+    bool onCWArcExtrude(Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate,
+        double extrusion, unsigned int flags) override;
+    bool onCCWArcExtrude(Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate,
+        double extrusion, unsigned int flags) override;
+    bool onCircularExtrude(Vector3D const& center, Vector3D const& end, Vector3D const& normal, double sweep,
+        double feedrate, double extrusion, unsigned int flags) override;
     bool onCWCircle(Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate,
         unsigned int flags) override;
     bool onCCWCircle(Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate,

@@ -31,3 +31,17 @@ TEST(MirrorTransformNCStream, MirrorsLikeTheReflectionAndTwiceRestoresTheProgram
         TestSupport::expectSameProgram(twice, direct);
     }
 }
+
+TEST(MirrorTransformNCStream, AdditiveMovesAreMirroredToo)
+{
+    RecordingNCStream recorder;
+    MirrorTransformNCStream mirror(&recorder);
+    mirror.setPlane({0, 0, 0}, {1, 0, 0});
+    ASSERT_TRUE(mirror.onContext(NCContext()));
+    ASSERT_TRUE(mirror.onCWArcExtrude({1, 0, 0}, {0, 1, 0}, {0, 0, 1}, 100, 0.5, 0));
+    ASSERT_TRUE(mirror.onLinearExtrude({1, 2, 3}, 100, 0.5));
+    ASSERT_EQ(recorder.events.size(), 3u);
+    // The mirrored frame keeps x and z and flips y, so local y changes sign.
+    EXPECT_EQ(recorder.events[1], L"onCCWArcExtrude (1, 0, 0) (0, -1, 0) (0, 0, 1) 100 0.5 0");
+    EXPECT_EQ(recorder.events[2], L"onLinearExtrude (1, -2, 3) 100 0.5");
+}

@@ -31,7 +31,9 @@ inline bool sendRandomProgram(NCStream& s, unsigned int seed)
         && s.onCCWArc(p(), p(), d(), 100, 0) && s.onCWCircle(p(), p(), d(), 100, 0)
         && s.onCCWCircle(p(), p(), d(), 100, 0) && s.onCircular(p(), p(), d(), -2.5, 100, 0)
         && s.onSpline(p(), p(), p(), 100, 0) && s.onBezier(p(), p(), p(), 100, 0)
-        && s.onNURBS(points, 3, knots, 6, 100, 0);
+        && s.onNURBS(points, 3, knots, 6, 100, 0) && s.onLinearExtrude(p(), 100, 0.5)
+        && s.onCWArcExtrude(p(), p(), d(), 100, 0.5, 0) && s.onCCWArcExtrude(p(), p(), d(), 100, 0.5, 0)
+        && s.onCircularExtrude(p(), p(), d(), 1.5, 100, 0.5, 0);
 }
 
 // The same events (so the same arc senses) with the same numbers within 1e-9.
