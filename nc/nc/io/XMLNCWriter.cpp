@@ -168,10 +168,7 @@ bool isThreading(ToolGeometry::Type type) noexcept
 
 } // namespace
 
-std::wstring XMLNCWriter::getUri()
-{
-    return Unicode::fromUTF8(NamespaceBaseA) + L"/namespace/nc/format/nci+xml";
-}
+std::wstring XMLNCWriter::getUri() { return Unicode::fromUTF8(NamespaceBaseA) + L"/namespace/nc/format/nci+xml"; }
 
 XMLNCWriter::XMLNCWriter(OutputStream* stream, bool closeStream) : stream(stream), out(stream), closeStream(closeStream)
 {
@@ -525,8 +522,8 @@ bool XMLNCWriter::onLinear(Vector3D const& end, double feedrate, unsigned int fl
     return writeLine();
 }
 
-bool XMLNCWriter::onLinear5D(Vector3D const& end, Vector3D const& z, Vector3D const& x, Vector3D const& n,
-    double feedrate, unsigned int flags)
+bool XMLNCWriter::onLinear5D(
+    Vector3D const& end, Vector3D const& z, Vector3D const& x, Vector3D const& n, double feedrate, unsigned int flags)
 {
     line.assign("<linear5d"sv);
     appendVectorAttribute(line, " to='"sv, end);

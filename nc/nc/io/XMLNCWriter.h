@@ -120,8 +120,8 @@ public:
 
 private:
     // Starts the line of an arc element: name, to, center, normal and feed.
-    void beginArc(std::string_view element, Vector3D const& center, Vector3D const& end, Vector3D const& normal,
-        double feedrate);
+    void beginArc(
+        std::string_view element, Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate);
     // Ends a motion element: start/end marks, the compensation when it changed, and "/>".
     void endMotion(unsigned int flags);
     // "<parameter name='...' value='" and "' type='...'/>".

@@ -38,11 +38,10 @@ using Document = std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)>;
 Document parse(std::string const& text)
 {
     std::string errors;
-    xmlSetStructuredErrorFunc(&errors, [](void* context, xmlErrorPtr error) {
-        *static_cast<std::string*>(context) += error->message;
-    });
-    Document document(xmlReadMemory(text.data(), static_cast<int>(text.size()), "document.xml", nullptr,
-                          XML_PARSE_NONET),
+    xmlSetStructuredErrorFunc(
+        &errors, [](void* context, xmlErrorPtr error) { *static_cast<std::string*>(context) += error->message; });
+    Document document(
+        xmlReadMemory(text.data(), static_cast<int>(text.size()), "document.xml", nullptr, XML_PARSE_NONET),
         &xmlFreeDoc);
     xmlSetStructuredErrorFunc(nullptr, nullptr);
     EXPECT_TRUE(document && errors.empty()) << errors << "\n" << text;
@@ -50,8 +49,7 @@ Document parse(std::string const& text)
 }
 
 // The document of onOpen, what send sends and onClose, with the date fixed; checked by libxml2.
-template <class Send>
-std::string write(Send send)
+template <class Send> std::string write(Send send)
 {
     MemoryOutputStream out;
     XMLNCWriter writer(&out);
@@ -62,8 +60,7 @@ std::string write(Send send)
 }
 
 // The element lines of such a document: what comes between the meta block and "</nc>".
-template <class Send>
-std::string body(Send send)
+template <class Send> std::string body(Send send)
 {
     std::string document = write(send);
     std::size_t begin = document.find("</meta>\n") + 8;
@@ -137,8 +134,8 @@ TEST(XMLNCWriter, MillingProgramMatchesTheGoldenDocument)
         return w.onContext(context) && w.onTool(tool) && w.onSection() && w.onComment("pocket <P1>")
             && w.onGroup((NCStream::DEFAULT_CYCLE_NAMESPACE.getNarrow() + "/drilling").c_str())
             && w.onParameter("depth", 0.75) && w.onGroupEnd() && w.onRapid({0, 0, 0.2}, 0)
-            && w.onLinear({0, 0, -0.25}, 20, left | NCStream::FLAG_START_CUTTING)
-            && w.onLinear({2, 0, -0.25}, 40, left) && w.onCWArc({2, 1, -0.25}, {3, 1, -0.25}, z, 30, left)
+            && w.onLinear({0, 0, -0.25}, 20, left | NCStream::FLAG_START_CUTTING) && w.onLinear({2, 0, -0.25}, 40, left)
+            && w.onCWArc({2, 1, -0.25}, {3, 1, -0.25}, z, 30, left)
             && w.onCCWCircle({2, 1, -0.25}, {3, 1, -0.25}, z, 30, cut | NCStream::FLAG_END_CUTTING)
             && w.onLinear5D({3, 4, -0.25}, {0, 0.6, 0.8}, {1, 0, 0}, {0, 0, 0}, 25, cut)
             && w.onMachineAxisOrdering({AxisInfo("spindle", "X"), AxisInfo("table", "C")})
@@ -212,7 +209,9 @@ TEST(XMLNCWriter, NumbersAndCoordinates)
     };
     for (Case const& c : cases)
         EXPECT_EQ(body([&](XMLNCWriter& w) { return w.onLinear(c.to, c.feed, 0); }), c.line + std::string("\n"));
-    EXPECT_EQ(body([](XMLNCWriter& w) { return w.onMachineAxisValues({AxisValue(-1e-10), AxisValue(90.0)}); }),
+    EXPECT_EQ(body([](XMLNCWriter& w) {
+        return w.onMachineAxisValues({AxisValue(-1e-10), AxisValue(90.0)});
+    }),
         "<axis-values values='0 90' />\n");
 }
 
@@ -248,7 +247,8 @@ TEST(XMLNCWriter, StartEndMarksAndCompensationChanges)
         parse(out.getData());
         EXPECT_TRUE(out.getData().ends_with("</meta>\n" + expected + "</nc>\n")) << out.getData();
     }
-    EXPECT_EQ(body([](XMLNCWriter& w) { return w.onDwell(1.5, 0x3) && w.onDwell(2, NCStream::FLAG_DWELL_REVOLUTIONS); }),
+    EXPECT_EQ(
+        body([](XMLNCWriter& w) { return w.onDwell(1.5, 0x3) && w.onDwell(2, NCStream::FLAG_DWELL_REVOLUTIONS); }),
         "<dwell seconds='1.5'/>\n<dwell revolutions='2'/>\n");
 }
 
@@ -282,6 +282,10 @@ TEST(XMLNCWriter, ToolAttributesFollowTheToolType)
                                  " shoulder-length='25' body-length='50' shaft-diameter='8'";
     std::string const jet = " cut-height='1.2' kerf-width='0.3' machine-quality-control='Q3' pierce-time='0.5'"
                             " pressure='3800'";
+    std::string const holeMaking = " taper-angle2='118' flute-length='20' shoulder-length='25' body-length='50'"
+                                   " shaft-diameter='8' thread-pitch='1.5'";
+    std::string const waterjet = " abrasive-flow-rate='0.35' pierce-height='3' length-offset='4'";
+    std::string const laser = " assist-gas='N2' pierce-height='3' pierce-power='2000' length-offset='4'";
     struct Case {
         ToolGeometry::Type type;
         std::string attributes;
@@ -289,15 +293,11 @@ TEST(XMLNCWriter, ToolAttributesFollowTheToolType)
         {ToolGeometry::FLAT_END_MILL, "flat-end-mill' number='5'" + rotating + spindle},
         {ToolGeometry::CUSTOM, "custom' number='5'" + rotating + spindle},
         {ToolGeometry::THREAD_MILL, "thread-mill' number='5'" + rotating + " thread-pitch='1.5'" + spindle},
-        {ToolGeometry::RIGHT_HAND_TAP, "right-hand-tap' number='5' diameter='10' taper-angle2='118'"
-                                       " flute-length='20' shoulder-length='25' body-length='50' shaft-diameter='8'"
-                                       " thread-pitch='1.5'" + spindle},
+        {ToolGeometry::RIGHT_HAND_TAP, "right-hand-tap' number='5' diameter='10'" + holeMaking + spindle},
         {ToolGeometry::TURNING_THREADING, "turning-threading' number='5' thread-pitch='1.5'" + spindle},
         {ToolGeometry::PROBE, "probe' number='5' diameter='10' body-length='50' shaft-diameter='8' length-offset='4'"},
-        {ToolGeometry::WATERJET, "waterjet' number='5'" + jet + " abrasive-flow-rate='0.35' pierce-height='3'"
-                                 " length-offset='4'"},
-        {ToolGeometry::LASER_CUTTER, "laser-cutter' number='5'" + jet + " assist-gas='N2' pierce-height='3'"
-                                     " pierce-power='2000' length-offset='4'"},
+        {ToolGeometry::WATERJET, "waterjet' number='5'" + jet + waterjet},
+        {ToolGeometry::LASER_CUTTER, "laser-cutter' number='5'" + jet + laser},
         {ToolGeometry::DEPOSITING_WIRE, "depositing-wire' number='5' length-offset='4'"},
     };
     for (Case const& c : cases) {
