@@ -1,6 +1,5 @@
-// XMLNCWriter: golden documents, exact elements, hostile text, the end of a document and
-// output failures. Every document a test writes is also parsed by libxml2 and must be free of
-// errors.
+// XMLNCWriter: golden documents, exact elements, hostile text, closing and output failures;
+// every document a test writes must also parse without error in libxml2.
 #include "nc/nc/io/XMLNCWriter.h"
 
 #include "nc/nc/NCContext.h"
