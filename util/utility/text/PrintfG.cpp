@@ -97,7 +97,7 @@ std::size_t PrintfG::format(double value, char* buffer) noexcept
             return static_cast<std::size_t>(p - buffer) + length;
         p = buffer;
     }
-    // Correctly rounded, and specified to give what printf gives for the same precision.
+    // Correctly rounded: the C++ standard defines it as the text printf gives for the same precision.
     auto result = std::to_chars(buffer, buffer + MaxLength, value, std::chars_format::general, 6);
     return static_cast<std::size_t>(result.ptr - buffer);
 }
