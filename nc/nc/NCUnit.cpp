@@ -46,7 +46,8 @@ double NCUnit::getPresentableValue(double value, Unit srcUnit, Unit destUnit)
 std::wstring NCUnit::getUnitAsString(Unit unit)
 {
     QUARN_ASSERT(static_cast<unsigned int>(unit) < lengthOf(UNITS));
-    return UNITS[unit];
+    // Outside test mode a bad unit has no name rather than a read past the table.
+    return static_cast<unsigned int>(unit) < lengthOf(UNITS) ? UNITS[unit] : L"";
 }
 
 Validified<NCUnit::Unit> NCUnit::getAsUnit(Validified<std::wstring> const& text)
