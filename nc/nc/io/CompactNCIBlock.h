@@ -1,0 +1,54 @@
+// A fixed-size block of a compact NCI record, encoded and decoded at byte offsets, so that the
+// writer and the reader state the same layout with the same offsets.
+#pragma once
+
+#include "util/utility/io/LittleEndian.h"
+#include "util/utility/math/Matrix3x3.h"
+#include "util/utility/math/Vector3D.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace Quarn {
+
+// Vectors are three floats x, y, z; matrices are their columns (right, up, forward) as three such
+// vectors. A writer value-initialises its block ({}) so that the bytes it does not set, the
+// reserved ones of a layout, are zeros on disk; a reader fills a default-initialised block whole
+// from the input.
+template <std::size_t Size> struct CompactNCIBlock {
+    static constexpr std::size_t size = Size;
+    alignas(8) unsigned char bytes[Size];
+
+    void putUInt32(std::size_t at, std::uint32_t value) noexcept { LittleEndian::writeUInt32(bytes + at, value); }
+    void putFlag(std::size_t at, bool value) noexcept { bytes[at] = value ? 1 : 0; }
+    // Narrowed to the nearest float.
+    void putFloat(std::size_t at, double value) noexcept
+    {
+        LittleEndian::writeFloat(bytes + at, static_cast<float>(value));
+    }
+    void putDouble(std::size_t at, double value) noexcept { LittleEndian::writeDouble(bytes + at, value); }
+    void putVector(std::size_t at, Vector3D const& v) noexcept
+    {
+        putFloat(at, v.x);
+        putFloat(at + 4, v.y);
+        putFloat(at + 8, v.z);
+    }
+    void putMatrix(std::size_t at, Matrix3x3 const& m) noexcept
+    {
+        for (int column = 0; column < 3; ++column)
+            putVector(at + 12 * static_cast<std::size_t>(column), m.getColumn(column));
+    }
+
+    std::uint32_t getUInt32(std::size_t at) const noexcept { return LittleEndian::readUInt32(bytes + at); }
+    // Any byte but zero is true.
+    bool getFlag(std::size_t at) const noexcept { return bytes[at] != 0; }
+    double getFloat(std::size_t at) const noexcept { return LittleEndian::readFloat(bytes + at); }
+    double getDouble(std::size_t at) const noexcept { return LittleEndian::readDouble(bytes + at); }
+    Vector3D getVector(std::size_t at) const noexcept { return {getFloat(at), getFloat(at + 4), getFloat(at + 8)}; }
+    Matrix3x3 getMatrix(std::size_t at) const noexcept
+    {
+        return {getVector(at), getVector(at + 12), getVector(at + 24)};
+    }
+};
+
+} // namespace Quarn
