@@ -126,17 +126,108 @@ bool fiveAxis(NCStream& s, NCContext context)
     return s.onRapid5D({100, 70, 20}, Up, 0) && endSection(s);
 }
 
-} // namespace
-
-bool sendExampleProgram(NCStream& s)
+NCContext blockContext()
 {
     NCContext context;
     context.setWorkName(L"G54 block top");
     context.setInternalId(100);
-    bool const ok = s.onOpen() && s.onComment("100 x 60 x 30 aluminium block, origin at the top front left corner")
-        && s.onStock({0, 0, -30}, {100, 60, 0}) && facing(s, context) && pocket(s, context) && drilling(s, context)
-        && fiveAxis(s, context);
-    return ok && s.onClose();
+    return context;
+}
+
+bool openBlock(NCStream& s)
+{
+    return s.onOpen() && s.onComment("100 x 60 x 30 aluminium block, origin at the top front left corner")
+        && s.onStock({0, 0, -30}, {100, 60, 0});
+}
+
+} // namespace
+
+bool sendExampleProgram(NCStream& s)
+{
+    NCContext const context = blockContext();
+    return openBlock(s) && facing(s, context) && pocket(s, context) && drilling(s, context) && fiveAxis(s, context)
+        && s.onClose();
+}
+
+bool sendThreeAxisPart(NCStream& s)
+{
+    NCContext const context = blockContext();
+    return openBlock(s) && facing(s, context) && pocket(s, context) && drilling(s, context) && s.onClose();
+}
+
+bool sendSwarfPart(NCStream& s) { return openBlock(s) && fiveAxis(s, blockContext()) && s.onClose(); }
+
+bool sendInchPart(NCStream& s)
+{
+    NCContext context;
+    context.setUnit(NCUnit::INCHES);
+    context.setWorkName(L"plate 4 x 3 in");
+    NCTool mill = makeTool(5, ToolGeometry::FLAT_END_MILL, 0.375, 6000, L"end mill 3/8 in");
+    mill.setUnit(NCUnit::INCHES);
+    NCTool drill = makeTool(6, ToolGeometry::DRILL, 0.25, 3500, L"drill 1/4 in");
+    drill.setUnit(NCUnit::INCHES);
+    drill.setTipAngle(118);
+    std::string const uri = cycle("drilling"), depth = parameter("depth");
+    double const r = 0.1875; // cutter radius: the profile runs around the plate on its centre line
+    return s.onOpen() && s.onStock({0, 0, -0.5}, {4, 3, 0}) && beginSection(s, context, mill, "profile")
+        && s.onRapid({-r, -0.5, 0.25}, 0) && s.onLinear({-r, -0.5, -0.5}, 10, Plunge)
+        && s.onLinear({-r, 3, -0.5}, 25, Cut) && s.onCWArc({0, 3, -0.5}, {0, 3 + r, -0.5}, Up, 25, Cut)
+        && s.onLinear({4, 3 + r, -0.5}, 25, Cut) && s.onCWArc({4, 3, -0.5}, {4 + r, 3, -0.5}, Up, 25, Cut)
+        && s.onLinear({4 + r, 0, -0.5}, 25, Cut) && s.onCWArc({4, 0, -0.5}, {4, -r, -0.5}, Up, 25, Cut)
+        && s.onLinear({0, -r, -0.5}, 25, Cut) && s.onCWArc({0, 0, -0.5}, {-r, 0, -0.5}, Up, 25, Cut)
+        && s.onRapid({-r, 0, 0.25}, 0) && endSection(s) && beginSection(s, context, drill, "holes")
+        && s.onGroup(uri.c_str()) && s.onParameter(depth.c_str(), 0.6, NCStream::PARAMETER_KIND_LENGTH)
+        && s.onRapid({1, 1.5, 0.1}, 0) && s.onLinear({1, 1.5, -0.6}, 8, Cut) && s.onRapid({1, 1.5, 0.1}, 0)
+        && s.onGroupEnd() && s.onGroup(uri.c_str())
+        && s.onParameter(depth.c_str(), 0.6, NCStream::PARAMETER_KIND_LENGTH) && s.onRapid({3, 1.5, 0.1}, 0)
+        && s.onLinear({3, 1.5, -0.6}, 8, Cut) && s.onRapid({3, 1.5, 0.1}, 0) && s.onGroupEnd() && endSection(s)
+        && s.onClose();
+}
+
+bool sendGeneratedProgram(NCStream& s, unsigned long long moves)
+{
+    NCContext context = blockContext();
+    context.setMultiAxisMode(NCContext::MULTI_AXIS_UNIT_VECTOR);
+    NCTool const mill = makeTool(7, ToolGeometry::BALL_END_MILL, 6, 15000, L"ball mill D6");
+    Vector3D const tilted = Vector3D(0.1, 0.2, 1).getNormalized();
+    if (!s.onOpen())
+        return false;
+    unsigned long long move = 0;
+    while (move < moves) {
+        if (!s.onContext(context) || !s.onTool(mill) || !s.onSection())
+            return false;
+        for (int i = 0; i < 1000 && move < moves; ++i, ++move) {
+            double const x = static_cast<double>(move % 100000) * 0.001, y = static_cast<double>(i) * 0.01;
+            bool ok = true;
+            switch (i % 8) {
+            case 0:
+                ok = s.onRapid({x, y, 5}, 0);
+                break;
+            case 1:
+                ok = s.onLinear({x, y, -1}, 300, Plunge);
+                break;
+            case 2:
+            case 3:
+            case 4:
+                ok = s.onLinear({x + 0.5, y, -1}, 1500, Cut);
+                break;
+            case 5:
+                ok = s.onCCWArc({x + 0.5, y + 0.25, -1}, {x + 0.5, y + 0.5, -1}, Up, 1200, Cut);
+                break;
+            case 6:
+                ok = s.onCWArc({x + 0.5, y + 0.75, -1}, {x + 0.5, y + 1, -1}, Up, 1200, Cut);
+                break;
+            default:
+                ok = s.onLinear5D({x, y + 1, -1}, tilted, 900, Cut);
+                break;
+            }
+            if (!ok)
+                return false;
+        }
+        if (!s.onSectionEnd())
+            return false;
+    }
+    return s.onClose();
 }
 
 } // namespace Quarn::Examples

@@ -1,0 +1,53 @@
+// Writes the bundled example programs in the compact NCI format, or a long generated program:
+//   quarn-generate-examples DIR              part-3axis.nci, swarf-5axis.nci, inch-part.nci in DIR
+//   quarn-generate-examples --moves N FILE   a generated program of N moves
+#include "examples/ExampleProgram.h"
+
+#include "nc/nc/io/CompactNCIWriter.h"
+#include "util/utility/RuntimeException.h"
+#include "util/utility/io/FileOutputStream.h"
+#include "util/utility/text/Unicode.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <string>
+
+namespace {
+
+using namespace Quarn;
+
+void write(std::string const& path, std::function<bool(NCStream&)> const& program)
+{
+    FileOutputStream file(Unicode::fromUTF8(path));
+    CompactNCIWriter writer(&file);
+    if (!program(writer))
+        throw RuntimeException(L"The writer refused the program.");
+    file.close();
+    std::printf("wrote %s\n", path.c_str());
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        std::string const first = argc > 1 ? argv[1] : "";
+        if (first == "--moves" && argc == 4) {
+            unsigned long long const moves = std::strtoull(argv[2], nullptr, 10);
+            write(argv[3], [moves](NCStream& s) { return Examples::sendGeneratedProgram(s, moves); });
+            return 0;
+        }
+        if (argc != 2) {
+            std::fprintf(stderr, "usage: quarn-generate-examples DIR | --moves N FILE\n");
+            return 64;
+        }
+        write(first + "/part-3axis.nci", Examples::sendThreeAxisPart);
+        write(first + "/swarf-5axis.nci", Examples::sendSwarfPart);
+        write(first + "/inch-part.nci", Examples::sendInchPart);
+        return 0;
+    } catch (RuntimeException const& e) {
+        std::fprintf(stderr, "quarn-generate-examples: %s\n", e.what());
+        return 1;
+    }
+}

@@ -1,0 +1,196 @@
+// End-to-end tests of the quarnnc tool: the built binary run on the bundled examples and on
+// missing, truncated and foreign files, checked by exit status, messages and golden output.
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Result {
+    int status = -1;
+    std::string out;
+    std::string err;
+};
+
+std::string readFile(fs::path const& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+class Quarnnc : public testing::Test {
+protected:
+    fs::path const source = QUARN_SOURCE_DIR;
+    fs::path const scratch = fs::temp_directory_path() / ("quarnnc-test-" + std::to_string(::getpid()));
+
+    Quarnnc() { fs::create_directories(scratch); }
+    ~Quarnnc() override { fs::remove_all(scratch); }
+
+    // Runs the tool in the source directory, so example paths print the same everywhere.
+    Result run(std::string const& arguments) const
+    {
+        fs::path const out = scratch / "stdout", err = scratch / "stderr";
+        std::string const command = "cd '" + source.string() + "' && '" QUARNNC_PATH "' " + arguments + " >'"
+            + out.string() + "' 2>'" + err.string() + "'";
+        int const raw = std::system(command.c_str());
+        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(out), readFile(err)};
+    }
+
+    std::string golden(char const* name) const { return readFile(source / "tests/tools/golden" / name); }
+
+    // A copy of an example cut after `length` bytes.
+    fs::path truncatedExample(std::size_t length) const
+    {
+        std::string bytes = readFile(source / "examples/part-3axis.nci");
+        bytes.resize(length);
+        fs::path const path = scratch / "truncated.nci";
+        std::ofstream(path, std::ios::binary) << bytes;
+        return path;
+    }
+};
+
+} // namespace
+
+TEST_F(Quarnnc, BundledExamplesAreWhatTheGeneratorWrites)
+{
+    std::string const command = "'" GENERATOR_PATH "' '" + scratch.string() + "' >/dev/null";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    for (char const* name : {"part-3axis.nci", "swarf-5axis.nci", "inch-part.nci"})
+        EXPECT_EQ(readFile(scratch / name), readFile(source / "examples" / name))
+            << name << " is out of date: build the regenerate-examples target";
+}
+
+TEST_F(Quarnnc, VersionHelpAndUsageErrors)
+{
+    Result version = run("--version");
+    EXPECT_EQ(version.status, 0);
+    EXPECT_EQ(version.out, "quarnnc " QUARN_VERSION "\n");
+
+    Result help = run("--help");
+    EXPECT_EQ(help.status, 0);
+    for (char const* command : {"info", "validate", "convert", "transform", "ranges", "log"})
+        EXPECT_NE(help.out.find(command), std::string::npos) << command;
+    EXPECT_EQ(run("convert --help").status, 0);
+
+    struct Case {
+        char const* arguments;
+        char const* message;
+    } const cases[] = {
+        {"", "A subcommand is required"},
+        {"frobnicate x", "A subcommand is required"},
+        {"info", "FILE is required"},
+        {"validate --format yaml examples/part-3axis.nci", "--format"},
+        {"convert examples/part-3axis.nci out.unknown", "Cannot tell the output format"},
+        {"convert examples/part-3axis.nci out.xml --map-to-wcs", "--map-to-wcs is not supported for xml output"},
+        {"transform examples/part-3axis.nci out.nci --translate 1,2", "--translate takes 3"},
+        {"transform examples/part-3axis.nci out.nci --rotate w,90", "--rotate takes an axis"},
+    };
+    for (auto const& c : cases) {
+        Result usage = run(c.arguments);
+        EXPECT_EQ(usage.status, 64) << c.arguments;
+        EXPECT_NE(usage.err.find(c.message), std::string::npos) << c.arguments << ": " << usage.err;
+    }
+}
+
+TEST_F(Quarnnc, InfoAndRangesOfTheExamplesMatchTheirGoldenOutput)
+{
+    struct Case {
+        char const* arguments;
+        char const* goldenFile;
+    } const cases[] = {
+        {"info examples/part-3axis.nci", "info-part-3axis.txt"},
+        {"info examples/swarf-5axis.nci", "info-swarf-5axis.txt"},
+        {"info examples/inch-part.nci", "info-inch-part.txt"},
+        {"ranges examples/swarf-5axis.nci", "ranges-swarf-5axis.txt"},
+    };
+    for (auto const& c : cases) {
+        Result result = run(c.arguments);
+        EXPECT_EQ(result.status, 0) << c.arguments << ": " << result.err;
+        EXPECT_EQ(result.out, golden(c.goldenFile)) << c.arguments;
+        EXPECT_EQ(result.err, "") << c.arguments;
+    }
+}
+
+TEST_F(Quarnnc, MissingTruncatedAndForeignInputs)
+{
+    Result missing = run("info examples/no-such-file.nci");
+    EXPECT_EQ(missing.status, 66);
+    EXPECT_EQ(missing.err, "quarnnc: examples/no-such-file.nci: No such file.\n");
+
+    Result directory = run("log examples");
+    EXPECT_EQ(directory.status, 66);
+
+    Result foreign = run("info README.md");
+    EXPECT_EQ(foreign.status, 65);
+    EXPECT_EQ(foreign.err, "quarnnc: README.md: Not an NC program in a format this tool reads.\n");
+
+    // Cut inside the first record after the header: the header is still recognised, the record
+    // is not complete.
+    std::size_t const size = fs::file_size(source / "examples/part-3axis.nci");
+    fs::path const cut = truncatedExample(size - 3);
+    Result truncated = run("convert '" + cut.string() + "' '" + (scratch / "out.nci").string() + "'");
+    EXPECT_EQ(truncated.status, 65);
+    EXPECT_EQ(truncated.err.rfind("quarnnc: " + cut.string() + ":", 0), 0u) << truncated.err;
+    EXPECT_EQ(truncated.out, "");
+}
+
+TEST_F(Quarnnc, ValidateReportsAndSetsTheExitStatus)
+{
+    Result clean = run("validate examples/part-3axis.nci");
+    EXPECT_EQ(clean.status, 0) << clean.out;
+    EXPECT_NE(clean.out.find("0 errors"), std::string::npos) << clean.out;
+
+    Result json = run("validate --format json examples/part-3axis.nci");
+    EXPECT_EQ(json.status, 0);
+    EXPECT_NE(json.out.find("{\"errors\":0,"), std::string::npos) << json.out;
+}
+
+TEST_F(Quarnnc, ConvertRoundTripsAndWritesEveryFormat)
+{
+    std::string const copy = (scratch / "copy.nci").string();
+    ASSERT_EQ(run("convert examples/part-3axis.nci '" + copy + "'").status, 0);
+    EXPECT_EQ(readFile(copy), readFile(source / "examples/part-3axis.nci"));
+
+    std::string const xml = (scratch / "part.xml").string();
+    Result toXml = run("convert examples/part-3axis.nci '" + xml + "'");
+    EXPECT_EQ(toXml.status, 0) << toXml.err;
+    EXPECT_EQ(readFile(xml).rfind("<?xml", 0), 0u);
+
+    std::string const log = (scratch / "part.txt").string();
+    EXPECT_EQ(run("convert --to log examples/part-3axis.nci '" + log + "'").status, 0);
+    Result stdoutLog = run("log examples/part-3axis.nci");
+    EXPECT_EQ(stdoutLog.status, 0);
+    EXPECT_EQ(stdoutLog.out, readFile(log));
+
+    EXPECT_EQ(run("convert examples/part-3axis.nci examples/part-3axis.nci").status, 64);
+}
+
+TEST_F(Quarnnc, TransformMovesTheProgram)
+{
+    std::string const moved = (scratch / "moved.nci").string();
+    Result transform = run("transform examples/part-3axis.nci '" + moved + "' --translate 10,20,30");
+    ASSERT_EQ(transform.status, 0) << transform.err;
+    // Moves are local to the work frame: the frame moves, the moves do not.
+    Result info = run("info '" + moved + "'");
+    Result original = run("info examples/part-3axis.nci");
+    auto const box = [](std::string const& text) { return text.substr(text.find("bounding box:")); };
+    EXPECT_EQ(box(info.out), box(original.out));
+    Result log = run("log '" + moved + "'");
+    EXPECT_NE(log.out.find("work:(10, 20, 30)"), std::string::npos);
+
+    Result mirrored = run("transform examples/part-3axis.nci '" + moved + "' --mirror yz");
+    ASSERT_EQ(mirrored.status, 0) << mirrored.err;
+    Result mirroredLog = run("log '" + moved + "'");
+    EXPECT_NE(mirroredLog.out.find("onCWArc"), std::string::npos);
+}

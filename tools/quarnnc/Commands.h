@@ -1,0 +1,33 @@
+// The subcommands of quarnnc; each adds itself to the command line and, when chosen, runs.
+#pragma once
+
+#include "tools/quarnnc/Files.h"
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+#include <string>
+
+namespace Quarn::Tool {
+
+// What the command line chose: the run of the chosen subcommand and the shared options.
+struct Invocation {
+    RunOptions options;
+    std::function<int()> run;
+};
+
+void addInfoCommand(CLI::App& app, Invocation& invocation);
+void addValidateCommand(CLI::App& app, Invocation& invocation);
+void addConvertCommand(CLI::App& app, Invocation& invocation);
+void addTransformCommand(CLI::App& app, Invocation& invocation);
+void addRangesCommand(CLI::App& app, Invocation& invocation);
+void addLogCommand(CLI::App& app, Invocation& invocation);
+
+// Writes the input into the output through an optional chain of filters ending in the output
+// format's writer: the body of convert, transform and log. `head` builds the filters in front
+// of the writer and returns the first stage.
+int writeThrough(std::string const& input, std::string const& output, Format const& outputFormat,
+    WriterOptions const& writerOptions, RunOptions const& options,
+    std::function<NCStream&(NCStream& writer)> const& head);
+
+} // namespace Quarn::Tool

@@ -1,0 +1,115 @@
+// Input detection, replay and output files of the tool.
+#include "tools/quarnnc/Files.h"
+
+#include "tools/quarnnc/FormatRegistry.h"
+#include "tools/quarnnc/ProgressInputStream.h"
+#include "tools/quarnnc/ToolError.h"
+
+#include "util/utility/IOException.h"
+#include "util/utility/ParseException.h"
+#include "util/utility/io/FileInputStream.h"
+#include "util/utility/text/Unicode.h"
+
+#include <filesystem>
+
+namespace Quarn::Tool {
+
+namespace {
+
+std::string narrow(std::wstring const& text) { return Unicode::toUTF8(text); }
+
+} // namespace
+
+Format const& detectInput(std::string const& path)
+{
+    std::error_code error;
+    if (!std::filesystem::exists(path, error))
+        throw ToolError(ExitNoInput, path, "No such file.");
+    if (std::filesystem::is_directory(path, error))
+        throw ToolError(ExitNoInput, path, "Is a directory.");
+    try {
+        FileInputStream probe(Unicode::fromUTF8(path));
+    } catch (IOException const&) {
+        throw ToolError(ExitNoInput, path, "Cannot open the file for reading.");
+    }
+    Format const* format = FormatRegistry::detect(Unicode::fromUTF8(path));
+    if (format == nullptr)
+        throw ToolError(ExitDataError, path, "Not an NC program in a format this tool reads.");
+    return *format;
+}
+
+bool replay(Format const& format, std::string const& path, NCStream& chain, RunOptions const& options)
+{
+    auto reader = format.makeReader();
+    reader->setNCStream(&chain);
+    try {
+        FileInputStream file(Unicode::fromUTF8(path));
+        ProgressInputStream progress(file, !options.quiet && ProgressInputStream::isTerminal());
+        bool const completed = reader->import(&progress);
+        progress.finish();
+        return completed;
+    } catch (IOException const& e) {
+        throw ToolError(ExitDataError, path, narrow(e.getMessage()), e.getOffset());
+    } catch (ParseException const& e) {
+        std::optional<std::uint64_t> line;
+        if (e.getLine())
+            line = *e.getLine();
+        throw ToolError(ExitDataError, path, narrow(e.getMessage()), line);
+    }
+}
+
+OutputFile::OutputFile(std::string path) : path(std::move(path))
+{
+    try {
+        file = std::make_unique<FileOutputStream>(Unicode::fromUTF8(this->path));
+    } catch (IOException const&) {
+        throw ToolError(ExitCannotCreate, this->path, "Cannot create the file.");
+    }
+}
+
+OutputFile::~OutputFile() = default;
+
+void OutputFile::write(void const* data, std::size_t size)
+{
+    try {
+        file->write(data, size);
+    } catch (IOException const&) {
+        throw ToolError(ExitIOError, path, "Cannot write the file.");
+    }
+}
+
+void OutputFile::flush()
+{
+    try {
+        file->flush();
+    } catch (IOException const&) {
+        throw ToolError(ExitIOError, path, "Cannot write the file.");
+    }
+}
+
+void OutputFile::close()
+{
+    try {
+        file->close();
+    } catch (IOException const&) {
+        throw ToolError(ExitIOError, path, "Cannot write the file.");
+    }
+}
+
+bool OutputFile::isOpen() const { return file->isOpen(); }
+
+Format const& chooseOutputFormat(std::string const& to, std::string const& outputPath)
+{
+    if (!to.empty()) {
+        if (Format const* format = FormatRegistry::findWriter(to))
+            return *format;
+        throw ToolError(
+            ExitUsage, "", "Unknown output format '" + to + "'; use " + FormatRegistry::writerNames() + ".");
+    }
+    if (Format const* format = FormatRegistry::writerForPath(outputPath))
+        return *format;
+    throw ToolError(ExitUsage, "",
+        "Cannot tell the output format from '" + outputPath + "'; use --to " + FormatRegistry::writerNames() + ".");
+}
+
+} // namespace Quarn::Tool

@@ -1,0 +1,45 @@
+// Opening the tool's input and output files, and replaying an input into a chain.
+#pragma once
+
+#include "tools/quarnnc/Format.h"
+
+#include "util/utility/io/FileOutputStream.h"
+
+#include <memory>
+#include <string>
+
+namespace Quarn::Tool {
+
+struct RunOptions {
+    bool quiet = false;
+};
+
+// The format of an existing input file; ToolError 66 when it is missing, 65 when no format
+// recognises it.
+Format const& detectInput(std::string const& path);
+
+// Reads the whole input into the chain; false when the chain stopped the program. Malformed
+// input ends in ToolError 65 with the position of the fault.
+bool replay(Format const& format, std::string const& path, NCStream& chain, RunOptions const& options);
+
+// An output file whose failures end the tool (73 cannot create, 74 cannot write).
+class OutputFile final : public OutputStream {
+public:
+    explicit OutputFile(std::string path);
+    ~OutputFile() override;
+
+    void write(void const* data, std::size_t size) override;
+    void flush() override;
+    void close() override;
+    bool isOpen() const override;
+
+private:
+    std::string path;
+    std::unique_ptr<FileOutputStream> file;
+};
+
+// The writable format chosen by --to, or else by the output's extension; ToolError 64 when
+// neither names one.
+Format const& chooseOutputFormat(std::string const& to, std::string const& outputPath);
+
+} // namespace Quarn::Tool
