@@ -8,10 +8,14 @@ deps:
 build/default/build.ninja:
 	cmake --preset default
 
+QUARNNC = build/default/tools/quarnnc/quarnnc
+
 demo: deps build/default/build.ninja
 	cmake --build --preset default
-	build/default/examples/quarn-example-chain build/default/example.log
-	head -n 40 build/default/example.log
+	$(QUARNNC) info examples/part-3axis.nci
+	$(QUARNNC) validate examples/part-3axis.nci
+	$(QUARNNC) convert examples/part-3axis.nci build/default/part-3axis.xml
+	head -n 12 build/default/part-3axis.xml
 
 test: deps build/default/build.ninja
 	cmake --build --preset default

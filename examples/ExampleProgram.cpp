@@ -193,33 +193,24 @@ bool sendGeneratedProgram(NCStream& s, unsigned long long moves)
     if (!s.onOpen())
         return false;
     unsigned long long move = 0;
-    while (move < moves) {
+    for (unsigned long long section = 0; move < moves; ++section) {
+        // Every fourth section is a five-axis finishing pass; the others are three-axis.
+        bool const fiveAxis = section % 4 == 3;
         if (!s.onContext(context) || !s.onTool(mill) || !s.onSection())
             return false;
         for (int i = 0; i < 1000 && move < moves; ++i, ++move) {
             double const x = static_cast<double>(move % 100000) * 0.001, y = static_cast<double>(i) * 0.01;
             bool ok = true;
-            switch (i % 8) {
-            case 0:
-                ok = s.onRapid({x, y, 5}, 0);
-                break;
-            case 1:
-                ok = s.onLinear({x, y, -1}, 300, Plunge);
-                break;
-            case 2:
-            case 3:
-            case 4:
-                ok = s.onLinear({x + 0.5, y, -1}, 1500, Cut);
-                break;
-            case 5:
-                ok = s.onCCWArc({x + 0.5, y + 0.25, -1}, {x + 0.5, y + 0.5, -1}, Up, 1200, Cut);
-                break;
-            case 6:
-                ok = s.onCWArc({x + 0.5, y + 0.75, -1}, {x + 0.5, y + 1, -1}, Up, 1200, Cut);
-                break;
-            default:
-                ok = s.onLinear5D({x, y + 1, -1}, tilted, 900, Cut);
-                break;
+            if (fiveAxis) {
+                ok = i % 8 == 0 ? s.onRapid5D({x, y, 5}, Up, 0) : s.onLinear5D({x, y + 0.5, -1}, tilted, 900, Cut);
+            } else {
+                switch (i % 8) {
+                case 0: ok = s.onRapid({x, y, 5}, 0); break;
+                case 1: ok = s.onLinear({x, y, -1}, 300, Plunge); break;
+                case 5: ok = s.onCCWArc({x + 0.5, y + 0.25, -1}, {x + 0.5, y + 0.5, -1}, Up, 1200, Cut); break;
+                case 6: ok = s.onCWArc({x + 0.5, y + 0.75, -1}, {x + 0.5, y + 1, -1}, Up, 1200, Cut); break;
+                default: ok = s.onLinear({x + 0.5, y, -1}, 1500, Cut); break;
+                }
             }
             if (!ok)
                 return false;
