@@ -13,7 +13,10 @@
 #include "util/utility/text/Unicode.h"
 
 #include <limits>
+#include <optional>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace Quarn {
 

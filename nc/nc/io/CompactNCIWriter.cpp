@@ -109,9 +109,13 @@ std::array<std::wstring const*, 7> toolTextRecordTexts(NCTool const& tool)
 
 constexpr std::size_t ProfileSlots = 27;
 
+// Larger than the stream's default: the kernel's cost per byte written drops with the size of
+// each write.
+constexpr std::size_t BufferSize = 1 << 20;
+
 } // namespace
 
-CompactNCIWriter::CompactNCIWriter(OutputStream* stream) : out(stream) { }
+CompactNCIWriter::CompactNCIWriter(OutputStream* stream) : out(stream, BufferSize) { }
 
 CompactNCIWriter::~CompactNCIWriter() = default;
 

@@ -2,6 +2,7 @@
 // malformed files with their messages and offsets, and stopping.
 #include "nc/nc/io/CompactNCIReader.h"
 
+#include "nc/nc/NCStreamDefaultImpl.h"
 #include "nc/nc/io/CompactNCIImpl.h"
 #include "tests/nc/io/CompactNCITesting.h"
 #include "tests/support/EventSamples.h"
@@ -12,13 +13,18 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstdlib>
 #include <functional>
+#include <new>
 #include <set>
 
 using namespace Quarn;
 using namespace Quarn::TestSupport;
 
 namespace {
+
+std::atomic<long> allocations {0};
 
 std::string everyRecordFile()
 {
@@ -39,6 +45,18 @@ std::string fileWithVersion(char major, char minor, char build)
 }
 
 } // namespace
+
+// Counts the allocations of the whole test program, so that a test can compare two runs. Not
+// inlined, so that the compiler does not pair malloc and free with new and delete on its own.
+[[gnu::noinline]] void* operator new(std::size_t size)
+{
+    ++allocations;
+    if (void* memory = std::malloc(size != 0 ? size : 1))
+        return memory;
+    throw std::bad_alloc();
+}
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 TEST(CompactNCIReader, ReplaysEveryRecordedEventWithItsArguments)
 {
@@ -235,15 +253,14 @@ TEST(CompactNCIReader, MalformedFilesThrowWithTheOffsetOfTheRecord)
         std::uint64_t offset;
     };
     std::vector<MalformedCase> const cases {
-        {"", L"Truncated header.", 0},
-        {h.substr(0, 30), L"Truncated header.", 0},
+        {"", L"Truncated header.", 0}, {h.substr(0, 30), L"Truncated header.", 0},
         {patched(h, 10, "X"), L"Not a compact NCI file.", 0}, // a byte of the URI
         {text(compactNCIUri + "x") + h.substr(56), L"Not a compact NCI file.", 0},
         {patched(h, 56, u32(2)), L"Missing version record.", 56}, // the code of the version record
         {patched(h, 61, "\x05"), L"Unsupported version 2.5.0.", 56}, // the minor version
-        {h.substr(0, 60), L"Truncated header.", 56},
-        {h + patched(linear, 0, u32(77)), L"Unknown record code 77.", 63},
+        {h.substr(0, 60), L"Truncated header.", 56}, {h + patched(linear, 0, u32(77)), L"Unknown record code 77.", 63},
         {h + u32(1) + "\x02\x04", L"Version record 1 after the header.", 63},
+        // The second move cut after 21 of its 24 bytes.
         {h + linear + linear.substr(0, 21), L"Truncated record 100: needs 20 bytes, 17 left.", 87},
         {h + linear + std::string("\x64\x00", 2), L"Truncated record code: 2 bytes left.", 87},
         {h + patched(comment, 4, u32(131073)), L"String too long.", 63}, // the comment's length
@@ -253,7 +270,7 @@ TEST(CompactNCIReader, MalformedFilesThrowWithTheOffsetOfTheRecord)
         {h + patched(values, 4, u32(2)), L"Axis value count 2 exceeds the 8 bytes left.", 63},
         {h + linear + patched(frame, 4 + 5 + 4 + 24, f64(2)), L"Invalid frame components.", 87}, // x of the x axis
         {h + patched(context, 8, u32(7)), L"Invalid unit 7.", 63}, // the context's unit
-        {h + context.substr(0, 100), L"Truncated record 24: needs 228 bytes, 96 left.", 63},
+        {h + context.substr(0, 100), L"Truncated record 24: needs 228 bytes, 96 left.", 63}, // cut in its block
         {h + patched(tool, 4, u32(1000)), L"Tool part count 1000 exceeds the 794 bytes left.", 63},
         {h + patched(tool, 12, u32(47)), L"Invalid tool type 47.", 71}, // the tool's type
         {h + patched(tool, 16, u32(2)), L"Invalid unit 2.", 71}, // the tool's unit
@@ -261,14 +278,37 @@ TEST(CompactNCIReader, MalformedFilesThrowWithTheOffsetOfTheRecord)
         {h + patched(tool, 391, u32(28)), L"Shaft section count 28 exceeds 27.", 71}, // sections in the profile
         {h + toolOfFive + linear, L"Record 100 inside a tool record.", 865},
         {h + toolOfFive + u32(11) + text("other") + u32(0), L"Record 11 inside a tool record.", 865},
-        {h + tool.substr(8), L"Record 1035 outside a tool record.", 63},
-        {h + tool.substr(0, 611), L"Incomplete tool record: 3 parts missing.", 63},
+        {h + tool.substr(8), L"Record 1035 outside a tool record.", 63}, // without its record 1033
+        {h + tool.substr(0, 611), L"Incomplete tool record: 3 parts missing.", 63}, // cut after 1035
     };
     for (std::size_t i = 0; i < cases.size(); ++i) {
         RecordingNCStream recorder;
         EXPECT_EQ(ioError([&] { replay(cases[i].bytes, recorder); }), (IOError {cases[i].message, cases[i].offset}))
             << i;
     }
+}
+
+TEST(CompactNCIReader, AllocatesNothingPerRecord)
+{
+    auto program = [](int moves) {
+        return writeProgram([&](auto& w) {
+            for (int i = 0; i < moves; ++i) {
+                w.onLinear({1, 2, 3}, 4, 5), w.onCWArc({1, 2, 3}, {4, 5, 6}, {0, 0, 1}, 7, 8);
+                w.onComment("a comment too long to fit into a string object");
+                w.onParameter("http://www.quarn.dev/namespace/nc/parameter/note", L"a wide value of some length");
+                w.onMachineAxisValues({AxisValue(1.0), AxisValue(2.0)});
+            }
+        });
+    };
+    auto allocationsOf = [](std::string const& bytes) {
+        NCStreamDefaultImpl sink;
+        long const before = allocations;
+        replay(bytes, sink);
+        return allocations - before;
+    };
+    long const few = allocationsOf(program(10));
+    EXPECT_GT(few, 0) << "the buffers of a replay are counted";
+    EXPECT_EQ(allocationsOf(program(1000)), few);
 }
 
 TEST(CompactNCIReader, SourceOfUnknownSizeEndsWithTheStreamsError)
