@@ -719,7 +719,8 @@ bool NCValidateStream::validateCirularExtrudeParameters(Vector3D const& center, 
     return std::isfinite(extrusion) || error(L"Invalid extrusion '%1'.", {extrusion});
 }
 
-bool NCValidateStream::onCWArc(
+// The checks and state steps shared by the four plain arc and circle events.
+bool NCValidateStream::validateArc(
     Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate, unsigned int flags)
 {
     if (!validateCircularGeneral() || !validateCirularParameters(center, end, normal, feedrate)
@@ -727,40 +728,31 @@ bool NCValidateStream::onCWArc(
         return false;
     finishFeedMove(end, flags);
     ++eventCount;
-    return next->onCWArc(center, end, normal, feedrate, flags);
+    return true;
+}
+
+bool NCValidateStream::onCWArc(
+    Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate, unsigned int flags)
+{
+    return validateArc(center, end, normal, feedrate, flags) && next->onCWArc(center, end, normal, feedrate, flags);
 }
 
 bool NCValidateStream::onCCWArc(
     Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate, unsigned int flags)
 {
-    if (!validateCircularGeneral() || !validateCirularParameters(center, end, normal, feedrate)
-        || !validateCircularFlags(flags))
-        return false;
-    finishFeedMove(end, flags);
-    ++eventCount;
-    return next->onCCWArc(center, end, normal, feedrate, flags);
+    return validateArc(center, end, normal, feedrate, flags) && next->onCCWArc(center, end, normal, feedrate, flags);
 }
 
 bool NCValidateStream::onCWCircle(
     Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate, unsigned int flags)
 {
-    if (!validateCircularGeneral() || !validateCirularParameters(center, end, normal, feedrate)
-        || !validateCircularFlags(flags))
-        return false;
-    finishFeedMove(end, flags);
-    ++eventCount;
-    return next->onCWCircle(center, end, normal, feedrate, flags);
+    return validateArc(center, end, normal, feedrate, flags) && next->onCWCircle(center, end, normal, feedrate, flags);
 }
 
 bool NCValidateStream::onCCWCircle(
     Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate, unsigned int flags)
 {
-    if (!validateCircularGeneral() || !validateCirularParameters(center, end, normal, feedrate)
-        || !validateCircularFlags(flags))
-        return false;
-    finishFeedMove(end, flags);
-    ++eventCount;
-    return next->onCCWCircle(center, end, normal, feedrate, flags);
+    return validateArc(center, end, normal, feedrate, flags) && next->onCCWCircle(center, end, normal, feedrate, flags);
 }
 
 bool NCValidateStream::onCircular(Vector3D const& center, Vector3D const& end, Vector3D const& normal, double sweep,

@@ -146,6 +146,8 @@ private:
     // The cutting-state step after the checks, and the new position.
     void finishFeedMove(Vector3D const& end, unsigned int flags) noexcept;
     bool validateCircularGeneral();
+    bool validateArc(
+        Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate, unsigned int flags);
     bool validateCirularParameters(
         Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate);
     bool validateCirularParameters(
