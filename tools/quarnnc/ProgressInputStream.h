@@ -8,7 +8,8 @@
 namespace Quarn::Tool {
 
 // The bar appears only when enabled (standard error is a terminal and --quiet is off) and the
-// work has lasted more than a second; finish() clears it.
+// work has lasted more than a second; finish() clears it. A reader may call read on a thread of
+// its own (reading ahead), so the bar is drawn from there; finish() comes after the reading.
 class ProgressInputStream final : public InputStream {
 public:
     ProgressInputStream(InputStream& source, bool enabled);

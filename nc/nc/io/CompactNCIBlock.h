@@ -11,10 +11,26 @@
 
 namespace Quarn {
 
-// Vectors are three floats x, y, z; matrices are their columns (right, up, forward) as three such
-// vectors. A writer value-initialises its block ({}) so that the bytes it does not set, the
-// reserved ones of a layout, are zeros on disk; a reader fills a default-initialised block whole
-// from the input.
+// Decodes fields at byte offsets in place: those of a CompactNCIBlock, or a record straight in a
+// reader's buffer. Vectors are three floats x, y, z; matrices are their columns (right, up,
+// forward) as three such vectors.
+struct CompactNCIView {
+    unsigned char const* bytes;
+
+    std::uint32_t getUInt32(std::size_t at) const noexcept { return LittleEndian::readUInt32(bytes + at); }
+    // Any byte but zero is true.
+    bool getFlag(std::size_t at) const noexcept { return bytes[at] != 0; }
+    double getFloat(std::size_t at) const noexcept { return LittleEndian::readFloat(bytes + at); }
+    double getDouble(std::size_t at) const noexcept { return LittleEndian::readDouble(bytes + at); }
+    Vector3D getVector(std::size_t at) const noexcept { return {getFloat(at), getFloat(at + 4), getFloat(at + 8)}; }
+    Matrix3x3 getMatrix(std::size_t at) const noexcept
+    {
+        return {getVector(at), getVector(at + 12), getVector(at + 24)};
+    }
+};
+
+// A writer value-initialises its block ({}) so that the bytes it does not set, the reserved ones
+// of a layout, are zeros on disk; a reader fills a default-initialised block whole from the input.
 template <std::size_t Size> struct CompactNCIBlock {
     static constexpr std::size_t size = Size;
     alignas(8) unsigned char bytes[Size];
@@ -39,16 +55,15 @@ template <std::size_t Size> struct CompactNCIBlock {
             putVector(at + 12 * static_cast<std::size_t>(column), m.getColumn(column));
     }
 
-    std::uint32_t getUInt32(std::size_t at) const noexcept { return LittleEndian::readUInt32(bytes + at); }
-    // Any byte but zero is true.
-    bool getFlag(std::size_t at) const noexcept { return bytes[at] != 0; }
-    double getFloat(std::size_t at) const noexcept { return LittleEndian::readFloat(bytes + at); }
-    double getDouble(std::size_t at) const noexcept { return LittleEndian::readDouble(bytes + at); }
-    Vector3D getVector(std::size_t at) const noexcept { return {getFloat(at), getFloat(at + 4), getFloat(at + 8)}; }
-    Matrix3x3 getMatrix(std::size_t at) const noexcept
-    {
-        return {getVector(at), getVector(at + 12), getVector(at + 24)};
-    }
+    std::uint32_t getUInt32(std::size_t at) const noexcept { return view().getUInt32(at); }
+    bool getFlag(std::size_t at) const noexcept { return view().getFlag(at); }
+    double getFloat(std::size_t at) const noexcept { return view().getFloat(at); }
+    double getDouble(std::size_t at) const noexcept { return view().getDouble(at); }
+    Vector3D getVector(std::size_t at) const noexcept { return view().getVector(at); }
+    Matrix3x3 getMatrix(std::size_t at) const noexcept { return view().getMatrix(at); }
+
+private:
+    CompactNCIView view() const noexcept { return {bytes}; }
 };
 
 } // namespace Quarn

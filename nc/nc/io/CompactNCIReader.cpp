@@ -36,6 +36,15 @@ std::uint64_t findEnd(BufferedInputStream const& in)
     return remaining ? in.getPosition() + *remaining : UnknownEnd;
 }
 
+// Reading ahead on a thread of its own pays from a few blocks on; the size of a pipe is unknown.
+BufferedInputStream::ReadAhead readAheadFor(InputStream const& stream)
+{
+    constexpr std::uint64_t ReadAheadFrom = 4 * BufferedInputStream::DefaultBufferSize;
+    std::optional<std::uint64_t> size = stream.getSize();
+    bool const large = !size || *size < stream.getPosition() || *size - stream.getPosition() > ReadAheadFrom;
+    return large ? BufferedInputStream::ReadAhead::Background : BufferedInputStream::ReadAhead::Inline;
+}
+
 std::wstring number(std::uint64_t value) { return std::to_wstring(value); }
 
 // Bytes from the stream's position to the end of the input (an unknown end is the largest offset).
@@ -67,10 +76,9 @@ std::uint64_t bytesLeft(BufferedInputStream const& in, std::uint64_t end) noexce
     throw;
 }
 
-// The hot loop reads the code and then the whole payload of a frequent move with one bounds
-// check each, and learns of a cut record only from the stream's exception: no test of the end
-// per record.
-[[gnu::always_inline]] inline std::uint32_t readCode(BufferedInputStream& in, std::uint64_t end)
+// A record that may be cut by the end of the input is read with the stream's checks, and learns
+// of the cut from the stream's exception.
+std::uint32_t readCode(BufferedInputStream& in, std::uint64_t end)
 {
     try {
         return in.readUInt32();
@@ -79,18 +87,24 @@ std::uint64_t bytesLeft(BufferedInputStream const& in, std::uint64_t end) noexce
     }
 }
 
-template <std::size_t Size>
-[[gnu::always_inline]] inline CompactNCIBlock<Size> readPayload(
-    BufferedInputStream& in, std::uint64_t end, std::uint32_t code)
-{
-    CompactNCIBlock<Size> block;
-    try {
-        in.readBytes(block.bytes, Size);
-    } catch (IOException const& e) {
-        rethrowCutPayload(e, end, code, Size);
+// The payload of a move whose code was read, in a block of the whole record (code included) so
+// that the move decodes at the same offsets as in place.
+template <class Move> class MoveBlock {
+public:
+    MoveBlock(BufferedInputStream& in, std::uint64_t end, std::uint32_t code)
+    {
+        LittleEndian::writeUInt32(block.bytes, code);
+        try {
+            in.readBytes(block.bytes + 4, Move::size - 4);
+        } catch (IOException const& e) {
+            rethrowCutPayload(e, end, code, Move::size - 4);
+        }
     }
-    return block;
-}
+    operator CompactNCIView() const noexcept { return {block.bytes}; }
+
+private:
+    CompactNCIBlock<Move::size> block;
+};
 
 std::wstring exceedsMessage(wchar_t const* what, std::uint64_t count, std::uint64_t left)
 {
@@ -205,7 +219,7 @@ CompactNCIReader::Version CompactNCIReader::readHeader(BufferedInputStream& in)
 bool CompactNCIReader::import(InputStream* stream)
 {
     NCStream& target = *SafePointer<NCStream>(getNCStream());
-    BufferedInputStream in(stream);
+    BufferedInputStream in(stream, BufferedInputStream::DefaultBufferSize, readAheadFor(*stream));
     Version version = readHeader(in);
     if (!isSupported(version))
         throw IOException(L"Unsupported version " + number(version.major) + L"." + number(version.minor) + L"."
@@ -280,60 +294,146 @@ std::uint32_t CompactNCIReader::readCount(BufferedInputStream& in, std::uint64_t
     return count;
 }
 
+namespace {
+
+// The frequent moves, each a record of fixed size (its code included) decoded in place.
+struct LinearMove {
+    static constexpr std::size_t size = 24;
+    static bool matches(std::uint32_t code) noexcept { return code == Impl::RECORD_LINEAR; }
+    static bool send(NCStream& target, CompactNCIView v)
+    {
+        return target.onLinear(v.getVector(4), v.getFloat(16), v.getUInt32(20));
+    }
+};
+
+struct RapidMove {
+    static constexpr std::size_t size = 20;
+    static bool matches(std::uint32_t code) noexcept { return code == Impl::RECORD_RAPID; }
+    static bool send(NCStream& target, CompactNCIView v) { return target.onRapid(v.getVector(4), v.getUInt32(16)); }
+};
+
+// Both turning senses, which alternate in programs as often as not.
+struct ArcMove {
+    static constexpr std::size_t size = 48;
+    static bool matches(std::uint32_t code) noexcept
+    {
+        return code == Impl::RECORD_CCW_ARC || code == Impl::RECORD_CW_ARC;
+    }
+    static bool send(NCStream& target, CompactNCIView v)
+    {
+        return v.getUInt32(0) == Impl::RECORD_CW_ARC
+            ? target.onCWArc(v.getVector(4), v.getVector(16), v.getVector(28), v.getFloat(40), v.getUInt32(44))
+            : target.onCCWArc(v.getVector(4), v.getVector(16), v.getVector(28), v.getFloat(40), v.getUInt32(44));
+    }
+};
+
+struct Linear5DMove {
+    static constexpr std::size_t size = 36;
+    static bool matches(std::uint32_t code) noexcept { return code == Impl::RECORD_LINEAR_5D; }
+    static bool send(NCStream& target, CompactNCIView v)
+    {
+        return target.onLinear5D(v.getVector(4), v.getVector(16), v.getFloat(28), v.getUInt32(32));
+    }
+};
+
+struct Rapid5DMove {
+    static constexpr std::size_t size = 32;
+    static bool matches(std::uint32_t code) noexcept { return code == Impl::RECORD_RAPID_5D; }
+    static bool send(NCStream& target, CompactNCIView v)
+    {
+        return target.onRapid5D(v.getVector(4), v.getVector(16), v.getUInt32(28));
+    }
+};
+
+// A window of the buffer this long holds any frequent move whole.
+constexpr std::size_t LongestMove = 48;
+
+} // namespace
+
+bool CompactNCIReader::isAborted(Abortable const* abortSource) const noexcept
+{
+    return abortSource == this ? AbortableImpl::isAborted() : abortSource->isAborted();
+}
+
+// Sends a run of records of one kind straight from the buffer, while they lie whole in it: the
+// record's code is tested with a plain compare instead of a jump through the table of all codes.
+template <class Move>
+bool CompactNCIReader::replayRun(BufferedInputStream& in, NCStream& target, Abortable const* abortSource)
+{
+    unsigned char const* const first = in.window();
+    unsigned char const* const last = first + (in.available() - Move::size); // last start of a whole record
+    unsigned char const* at = first;
+    bool go;
+    do {
+        go = Move::send(target, {at});
+        at += Move::size;
+    } while (go && at <= last && Move::matches(LittleEndian::readUInt32(at)) && !isAborted(abortSource));
+    in.consume(static_cast<std::size_t>(at - first));
+    return go;
+}
+
 bool CompactNCIReader::replay(BufferedInputStream& in, NCStream& target)
 {
-    // Without an abort source of its own the reader is one: polled without a virtual call.
-    Abortable* const abortSource = getAbortable();
-    bool const selfAborted = abortSource == this;
-    std::uint64_t const end = place.end;
+    Abortable const* const abortSource = getAbortable();
     for (;;) {
-        if (selfAborted ? AbortableImpl::isAborted() : abortSource->isAborted())
+        if (isAborted(abortSource))
             return false;
-        if (in.isAtEnd())
-            return true;
-        std::uint32_t const code = readCode(in, end);
         bool go;
-        if (toolPending) [[unlikely]] {
-            go = replayToolPart(in, target, code);
-        } else {
-            // The moves of a typical program; every other record takes the slower road.
+        if (in.available() >= LongestMove && !toolPending) [[likely]] {
+            std::uint32_t const code = LittleEndian::readUInt32(in.window());
             switch (code) {
-            case Impl::RECORD_LINEAR: {
-                auto const b = readPayload<20>(in, end, code);
-                go = target.onLinear(b.getVector(0), b.getFloat(12), b.getUInt32(16));
+            case Impl::RECORD_LINEAR:
+                go = replayRun<LinearMove>(in, target, abortSource);
                 break;
-            }
-            case Impl::RECORD_RAPID: {
-                auto const b = readPayload<16>(in, end, code);
-                go = target.onRapid(b.getVector(0), b.getUInt32(12));
+            case Impl::RECORD_RAPID:
+                go = replayRun<RapidMove>(in, target, abortSource);
                 break;
-            }
             case Impl::RECORD_CCW_ARC:
-            case Impl::RECORD_CW_ARC: {
-                auto const b = readPayload<44>(in, end, code);
-                go = code == Impl::RECORD_CW_ARC
-                    ? target.onCWArc(b.getVector(0), b.getVector(12), b.getVector(24), b.getFloat(36), b.getUInt32(40))
-                    : target.onCCWArc(
-                        b.getVector(0), b.getVector(12), b.getVector(24), b.getFloat(36), b.getUInt32(40));
+            case Impl::RECORD_CW_ARC:
+                go = replayRun<ArcMove>(in, target, abortSource);
                 break;
-            }
-            case Impl::RECORD_LINEAR_5D: {
-                auto const b = readPayload<32>(in, end, code);
-                go = target.onLinear5D(b.getVector(0), b.getVector(12), b.getFloat(24), b.getUInt32(28));
+            case Impl::RECORD_LINEAR_5D:
+                go = replayRun<Linear5DMove>(in, target, abortSource);
                 break;
-            }
-            case Impl::RECORD_RAPID_5D: {
-                auto const b = readPayload<28>(in, end, code);
-                go = target.onRapid5D(b.getVector(0), b.getVector(12), b.getUInt32(24));
+            case Impl::RECORD_RAPID_5D:
+                go = replayRun<Rapid5DMove>(in, target, abortSource);
                 break;
-            }
             default:
+                in.consume(4);
                 go = replayRecord(in, target, code);
                 break;
             }
+        } else {
+            if (in.isAtEnd())
+                return true;
+            go = replayAcrossBlocks(in, target);
         }
         if (!go)
             return false;
+    }
+}
+
+// One record that may straddle two blocks of the buffer, or be cut by the end of the input.
+bool CompactNCIReader::replayAcrossBlocks(BufferedInputStream& in, NCStream& target)
+{
+    std::uint64_t const end = place.end;
+    std::uint32_t const code = readCode(in, end);
+    if (toolPending)
+        return replayToolPart(in, target, code);
+    switch (code) {
+    case Impl::RECORD_LINEAR:
+        return LinearMove::send(target, MoveBlock<LinearMove>(in, end, code));
+    case Impl::RECORD_RAPID:
+        return RapidMove::send(target, MoveBlock<RapidMove>(in, end, code));
+    case Impl::RECORD_CCW_ARC:
+    case Impl::RECORD_CW_ARC:
+        return ArcMove::send(target, MoveBlock<ArcMove>(in, end, code));
+    case Impl::RECORD_LINEAR_5D:
+        return Linear5DMove::send(target, MoveBlock<Linear5DMove>(in, end, code));
+    case Impl::RECORD_RAPID_5D:
+        return Rapid5DMove::send(target, MoveBlock<Rapid5DMove>(in, end, code));
+    default:
+        return replayRecord(in, target, code);
     }
 }
 

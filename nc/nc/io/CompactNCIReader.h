@@ -59,7 +59,13 @@ template <std::size_t Size> struct CompactNCIBlock;
 //
 // Other enumerations (commands, coolant levels, context modes, tool materials) are passed on
 // as read. Reading allocates only for texts longer than any before, for tools, axis lists and
-// frame tags; the input is read through a 256 KiB buffer.
+// frame tags.
+//
+// The input is read in blocks of 256 KiB. An input of more than 1 MiB, or of unknown size, is
+// read four blocks ahead on a second thread, so that copying the file out of the system's cache
+// overlaps the replay; the stream given to import must not be used by anything else until import
+// returns. Every event is sent on the thread that calls import. The frequent moves are decoded
+// straight from the block, a run of moves of one kind at a time.
 class QUARN_NC_EXPORT CompactNCIReader final : public NCReader {
 public:
     // Each number is one byte of the version record.
@@ -107,6 +113,10 @@ private:
     static void readWide(BufferedInputStream& in, std::wstring& text, std::string& raw, Place const& at);
 
     bool replay(BufferedInputStream& in, NCStream& target);
+    template <class Move> bool replayRun(BufferedInputStream& in, NCStream& target, Abortable const* abortSource);
+    bool replayAcrossBlocks(BufferedInputStream& in, NCStream& target);
+    // Without an abort source of its own the reader is one: polled without a virtual call.
+    bool isAborted(Abortable const* abortSource) const noexcept;
     // Records that are neither frequent moves nor parts of a tool.
     bool replayRecord(BufferedInputStream& in, NCStream& target, std::uint32_t code);
     bool replayToolPart(BufferedInputStream& in, NCStream& target, std::uint32_t code);

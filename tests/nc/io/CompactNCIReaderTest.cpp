@@ -44,6 +44,42 @@ std::string fileWithVersion(char major, char minor, char build)
     return patched(header(), 60, std::string {major, minor, build});
 }
 
+// Runs of every frequent move and now and then other records, in numbers floats hold exactly:
+// a program of about 1.5 MB, which the reader reads ahead on a second thread.
+void sendLargeProgram(NCStream& s)
+{
+    for (int i = 0; i < 12'000; ++i) {
+        double const x = 0.25 * (i % 4096);
+        for (int run = 0; run < i % 5; ++run)
+            s.onLinear({x, run, 1}, 1000, 1);
+        s.onRapid({x, 2, 3}, 0);
+        s.onCWArc({x, 0, 0}, {x + 1, 1, 0}, {0, 0, 1}, 500, 1);
+        s.onCCWArc({x, 1, 0}, {x, 0, 0}, {0, 0, 1}, 500, 1);
+        s.onLinear5D({x, 5, 6}, {0, 0.5, 0.75}, 800, 1);
+        s.onRapid5D({x, 7, 8}, {0.25, 0, 1}, 0);
+        if (i % 1000 == 0)
+            s.onComment("a comment among the moves");
+    }
+}
+
+std::string const& largeFile()
+{
+    static std::string const file = writeProgram([](auto& w) { sendLargeProgram(w); });
+    return file;
+}
+
+std::vector<std::wstring> const& largeProgramEvents()
+{
+    static std::vector<std::wstring> const events = [] {
+        RecordingNCStream recorder;
+        recorder.onOpen();
+        sendLargeProgram(recorder);
+        recorder.onClose();
+        return recorder.events;
+    }();
+    return events;
+}
+
 } // namespace
 
 // Counts the allocations of the whole test program, so that a test can compare two runs. Not
@@ -379,4 +415,64 @@ TEST(CompactNCIReader, AbortStopsBeforeTheNextRecord)
         EXPECT_FALSE(reader.import(&in));
         EXPECT_EQ(recorder.names(), (std::vector<std::wstring> {L"onOpen", L"onContext"}));
     }
+}
+
+TEST(CompactNCIReader, LargeInputsReadAheadToTheSameEvents)
+{
+    ASSERT_GT(largeFile().size(), 4 * BufferedInputStream::DefaultBufferSize);
+    EXPECT_EQ(replayed(largeFile()).events, largeProgramEvents());
+    // Of unknown size and in odd short reads: records straddle every block boundary.
+    for (std::size_t chunk : {4093, 100'000}) {
+        TrickleInputStream source(largeFile(), chunk);
+        RecordingNCStream recorder;
+        CompactNCIReader reader;
+        reader.setNCStream(&recorder);
+        EXPECT_TRUE(reader.import(&source));
+        EXPECT_EQ(recorder.events, largeProgramEvents()) << chunk;
+    }
+}
+
+TEST(CompactNCIReader, LargeInputsStopAndFailAsSmallOnes)
+{
+    std::vector<std::wstring> const& expected = largeProgramEvents();
+    for (std::size_t at : {std::size_t {30'000}, expected.size() / 2, expected.size() - 2}) {
+        std::wstring const name = expected[at].substr(0, expected[at].find(L' '));
+        auto const occurrence = std::count_if(expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(at) + 1,
+            [&](std::wstring const& event) { return event.substr(0, event.find(L' ')) == name; });
+        RecordingNCStream recorder;
+        recorder.stopAt(name, static_cast<int>(occurrence));
+        EXPECT_FALSE(replay(largeFile(), recorder));
+        EXPECT_EQ(recorder.events.size(), at + 1) << "refused at " << at;
+    }
+
+    struct AbortingAfter : NCStreamDefaultImpl {
+        CompactNCIReader* reader = nullptr;
+        std::size_t left = 0;
+        bool onLinear(Vector3D const&, double, unsigned int) override { return count(); }
+        bool onRapid(Vector3D const&, unsigned int) override { return count(); }
+        bool onLinear5D(Vector3D const&, Vector3D const&, double, unsigned int) override { return count(); }
+        bool count()
+        {
+            if (--left == 0)
+                reader->abort();
+            return true;
+        }
+    };
+    for (std::size_t moves : {1, 20'000, 47'000}) {
+        CompactNCIReader reader;
+        AbortingAfter aborting;
+        aborting.reader = &reader;
+        aborting.left = moves;
+        reader.setNCStream(&aborting);
+        MemoryInputStream in(largeFile());
+        EXPECT_FALSE(reader.import(&in));
+        EXPECT_EQ(aborting.left, 0u) << "a move arrived after the abort at " << moves;
+    }
+
+    // Cut inside the last move: every event before it arrives, then the error.
+    std::string const cut = largeFile().substr(0, largeFile().size() - 14);
+    RecordingNCStream recorder;
+    EXPECT_EQ(ioError([&] { replay(cut, recorder); }),
+        (IOError {L"Truncated record 121: needs 28 bytes, 14 left.", cut.size() - 18}));
+    EXPECT_EQ(recorder.events.size(), expected.size() - 2) << "neither the cut move nor onClose";
 }

@@ -2,24 +2,40 @@
 #include "util/utility/io/BufferedInputStream.h"
 
 #include "util/utility/IOException.h"
+#include "util/utility/io/BlockPrefetcher.h"
 
 #include <algorithm>
+#include <system_error>
 
 namespace Quarn {
 
-BufferedInputStream::BufferedInputStream(InputStream* source, std::size_t bufferSize)
-    : source(source), capacity(std::max<std::size_t>(bufferSize, 1)),
-      buffer(std::make_unique_for_overwrite<unsigned char[]>(capacity)), current(buffer.get()),
-      end(buffer.get()), origin(this->source->getPosition())
+BufferedInputStream::BufferedInputStream(InputStream* source, std::size_t bufferSize, ReadAhead readAhead)
+    : source(source), capacity(std::max<std::size_t>(bufferSize, 1)), origin(this->source->getPosition())
 {
     QUARN_EXPECTS(bufferSize > 0);
+    if (readAhead == ReadAhead::Background) {
+        sizeAtStart = this->source->getSize();
+        try {
+            prefetcher = std::make_unique<BlockPrefetcher>(*this->source, capacity, ReadAheadBlocks);
+        } catch (std::system_error const&) {
+            // No thread to be had: read inline.
+        }
+    }
+    if (!prefetcher)
+        buffer = std::make_unique_for_overwrite<unsigned char[]>(capacity);
+    start = current = end = buffer.get();
 }
 
 BufferedInputStream::~BufferedInputStream() = default;
 
+std::optional<std::uint64_t> BufferedInputStream::sourceSize() const
+{
+    return prefetcher ? sizeAtStart : source->getSize();
+}
+
 std::optional<std::uint64_t> BufferedInputStream::getRemaining() const
 {
-    std::optional<std::uint64_t> size = source->getSize();
+    std::optional<std::uint64_t> size = sourceSize();
     if (!size)
         return std::nullopt;
     std::uint64_t position = getPosition();
@@ -31,7 +47,7 @@ std::size_t BufferedInputStream::read(void* out, std::size_t size)
     if (size == 0)
         return 0;
     if (current == end) {
-        if (size >= capacity) {
+        if (size >= capacity && !prefetcher) {
             discardBuffer();
             std::size_t count = source->read(out, size);
             origin += count;
@@ -46,20 +62,23 @@ std::size_t BufferedInputStream::read(void* out, std::size_t size)
     return count;
 }
 
-std::optional<std::uint64_t> BufferedInputStream::getSize() const
-{
-    return source->getSize();
-}
+std::optional<std::uint64_t> BufferedInputStream::getSize() const { return sourceSize(); }
 
 void BufferedInputStream::close()
 {
     discardBuffer();
+    if (prefetcher) {
+        // Later reads go to the closed source, as when reading inline.
+        prefetcher.reset();
+        buffer = std::make_unique_for_overwrite<unsigned char[]>(capacity);
+        start = current = end = buffer.get();
+    }
     source->close();
 }
 
 void BufferedInputStream::readSlow(void* out, std::size_t size)
 {
-    std::uint64_t start = getPosition();
+    std::uint64_t begin = getPosition();
     auto* to = static_cast<unsigned char*>(out);
     for (;;) {
         std::size_t count = std::min(size, available());
@@ -70,7 +89,7 @@ void BufferedInputStream::readSlow(void* out, std::size_t size)
         size -= count;
         if (size == 0)
             return;
-        if (size >= capacity) {
+        if (size >= capacity && !prefetcher) {
             // Too large to be worth a copy through the buffer.
             discardBuffer();
             count = source->read(to, size);
@@ -78,21 +97,21 @@ void BufferedInputStream::readSlow(void* out, std::size_t size)
             to += count;
             size -= count;
             if (count == 0)
-                throw IOException(L"Unexpected end of stream.", start);
+                throw IOException(L"Unexpected end of stream.", begin);
         } else if (!refill()) {
-            throw IOException(L"Unexpected end of stream.", start);
+            throw IOException(L"Unexpected end of stream.", begin);
         }
     }
 }
 
 void BufferedInputStream::skipSlow(std::uint64_t count)
 {
-    std::uint64_t start = getPosition();
+    std::uint64_t begin = getPosition();
     while (count > available()) {
         count -= available();
         current = end;
         if (!refill())
-            throw IOException(L"Unexpected end of stream.", start);
+            throw IOException(L"Unexpected end of stream.", begin);
     }
     current += count;
 }
@@ -100,6 +119,12 @@ void BufferedInputStream::skipSlow(std::uint64_t count)
 bool BufferedInputStream::refill()
 {
     discardBuffer();
+    if (prefetcher) {
+        BlockPrefetcher::Block block = prefetcher->next();
+        start = current = block.data;
+        end = block.data + block.size;
+        return block.size != 0;
+    }
     std::size_t count = source->read(buffer.get(), capacity);
     end = buffer.get() + count;
     return count != 0;
@@ -107,8 +132,8 @@ bool BufferedInputStream::refill()
 
 void BufferedInputStream::discardBuffer() noexcept
 {
-    origin += static_cast<std::uint64_t>(end - buffer.get());
-    current = end = buffer.get();
+    origin += static_cast<std::uint64_t>(end - start);
+    current = end = start;
 }
 
 } // namespace Quarn

@@ -7,19 +7,31 @@
 
 #include <cstring>
 #include <memory>
+#include <optional>
 
 namespace Quarn {
+
+class BlockPrefetcher;
 
 // Reads the source in blocks of bufferSize bytes. Every read of a value either returns all of
 // its bytes or throws IOException "Unexpected end of stream." with the offset of the value's first
 // byte; after that exception the stream is at its end. Positions count from the source's
 // position when the buffer was made, so they are offsets in the file.
+//
+// With ReadAhead::Background the source is read on a thread of its own, a few blocks ahead (see
+// BlockPrefetcher): nothing else may use the source until this stream is closed or destroyed, and
+// its size is asked once, here. Where no thread can be started, the stream reads inline.
 class QUARN_NC_EXPORT BufferedInputStream final : public InputStream {
 public:
     static constexpr std::size_t DefaultBufferSize = 256 * 1024;
+    // Blocks of bufferSize bytes in flight when reading ahead.
+    static constexpr std::size_t ReadAheadBlocks = 4;
+
+    enum class ReadAhead { Inline, Background };
 
     // The source is not owned. A buffer size of 0 is taken as 1.
-    explicit BufferedInputStream(InputStream* source, std::size_t bufferSize = DefaultBufferSize);
+    explicit BufferedInputStream(
+        InputStream* source, std::size_t bufferSize = DefaultBufferSize, ReadAhead readAhead = ReadAhead::Inline);
     ~BufferedInputStream() override;
     BufferedInputStream(BufferedInputStream const&) = delete;
     BufferedInputStream& operator=(BufferedInputStream const&) = delete;
@@ -57,6 +69,16 @@ public:
     // True when no byte is left; reads the next block from the source to find out.
     bool isAtEnd() { return current == end && !refill(); }
 
+    // The buffered bytes not consumed yet, for decoders that parse records in place; consume(n)
+    // passes over n of them (n at most available(): unchecked, for the hot loops). A window of
+    // fewer bytes than a record needs is no sign of the end: the record straddles two blocks and
+    // is read with the value reads above.
+    unsigned char const* window() const noexcept { return current; }
+    std::size_t available() const noexcept { return static_cast<std::size_t>(end - current); }
+    void consume(std::size_t count) noexcept { current += count; }
+
+    bool isReadingAhead() const noexcept { return prefetcher != nullptr; }
+
     // Bytes left before the source's known size, so that a length read from a file can be
     // checked before anything is allocated for it; empty when the source's size is unknown.
     std::optional<std::uint64_t> getRemaining() const;
@@ -64,7 +86,7 @@ public:
     // Bytes consumed by the caller (plus the source's position when the buffer was made).
     std::uint64_t getPosition() const override
     {
-        return origin + static_cast<std::uint64_t>(current - buffer.get());
+        return origin + static_cast<std::uint64_t>(current - start);
     }
 
     std::size_t read(void* buffer, std::size_t size) override;
@@ -73,8 +95,6 @@ public:
     void close() override;
 
 private:
-    std::size_t available() const noexcept { return static_cast<std::size_t>(end - current); }
-
     // The next N bytes: in the buffer when they are all there, else gathered in straddle.
     template <std::size_t N>
     unsigned char const* take()
@@ -94,13 +114,17 @@ private:
     bool refill();
     // Moves past the buffered block without reading a new one.
     void discardBuffer() noexcept;
+    std::optional<std::uint64_t> sourceSize() const;
 
     SafePointer<InputStream> source;
     std::size_t capacity;
-    std::unique_ptr<unsigned char[]> buffer;
-    unsigned char* current;
-    unsigned char* end;
-    std::uint64_t origin; // stream position of buffer[0]
+    std::unique_ptr<unsigned char[]> buffer; // when reading inline
+    std::unique_ptr<BlockPrefetcher> prefetcher; // when reading ahead
+    std::optional<std::uint64_t> sizeAtStart; // the source's size, asked before reading ahead
+    unsigned char const* start; // of the buffered block
+    unsigned char const* current;
+    unsigned char const* end;
+    std::uint64_t origin; // stream position of start[0]
     unsigned char straddle[8];
 };
 
