@@ -65,6 +65,7 @@ OutputFile::OutputFile(std::string path) : path(std::move(path))
     } catch (IOException const&) {
         throw ToolError(ExitCannotCreate, this->path, "Cannot create the file.");
     }
+    behind = std::make_unique<WriteBehindOutputStream>(file.get());
 }
 
 OutputFile::~OutputFile() = default;
@@ -72,7 +73,7 @@ OutputFile::~OutputFile() = default;
 void OutputFile::write(void const* data, std::size_t size)
 {
     try {
-        file->write(data, size);
+        behind->write(data, size);
     } catch (IOException const&) {
         throw ToolError(ExitIOError, path, "Cannot write the file.");
     }
@@ -81,7 +82,7 @@ void OutputFile::write(void const* data, std::size_t size)
 void OutputFile::flush()
 {
     try {
-        file->flush();
+        behind->flush();
     } catch (IOException const&) {
         throw ToolError(ExitIOError, path, "Cannot write the file.");
     }
@@ -90,13 +91,13 @@ void OutputFile::flush()
 void OutputFile::close()
 {
     try {
-        file->close();
+        behind->close();
     } catch (IOException const&) {
         throw ToolError(ExitIOError, path, "Cannot write the file.");
     }
 }
 
-bool OutputFile::isOpen() const { return file->isOpen(); }
+bool OutputFile::isOpen() const { return behind->isOpen(); }
 
 Format const& chooseOutputFormat(std::string const& to, std::string const& outputPath)
 {

@@ -4,6 +4,7 @@
 #include "tools/quarnnc/Format.h"
 
 #include "util/utility/io/FileOutputStream.h"
+#include "util/utility/io/WriteBehindOutputStream.h"
 
 #include <memory>
 #include <string>
@@ -22,7 +23,8 @@ Format const& detectInput(std::string const& path);
 // input ends in ToolError 65 with the position of the fault.
 bool replay(Format const& format, std::string const& path, NCStream& chain, RunOptions const& options);
 
-// An output file whose failures end the tool (73 cannot create, 74 cannot write).
+// An output file whose failures end the tool (73 cannot create, 74 cannot write). It is written
+// on a thread of its own, behind the writer that fills it.
 class OutputFile final : public OutputStream {
 public:
     explicit OutputFile(std::string path);
@@ -36,6 +38,7 @@ public:
 private:
     std::string path;
     std::unique_ptr<FileOutputStream> file;
+    std::unique_ptr<WriteBehindOutputStream> behind;
 };
 
 // The writable format chosen by --to, or else by the output's extension; ToolError 64 when
