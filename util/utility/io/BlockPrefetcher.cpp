@@ -3,17 +3,6 @@
 
 #include "util/utility/Debug.h"
 
-#include <chrono>
-
-namespace {
-
-// How long the thread waits for a free block before it sleeps. A thread that sleeps and is woken
-// for every block tends to be moved onto its consumer's processor, where it only takes turns with
-// it; one that keeps running stays on a processor of its own.
-constexpr std::chrono::microseconds SpinTime {200};
-
-} // namespace
-
 namespace Quarn {
 
 BlockPrefetcher::BlockPrefetcher(InputStream& source, std::size_t blockSize, std::size_t blockCount)
@@ -39,8 +28,8 @@ BlockPrefetcher::~BlockPrefetcher()
 BlockPrefetcher::Block BlockPrefetcher::next()
 {
     std::unique_lock lock(mutex);
-    if (released.load(std::memory_order_relaxed) < taken) {
-        released.store(taken, std::memory_order_release);
+    if (released < taken) {
+        released = taken;
         changed.notify_all();
     }
     changed.wait(lock, [this] { return filled > taken || finished; });
@@ -57,15 +46,10 @@ BlockPrefetcher::Block BlockPrefetcher::next()
 void BlockPrefetcher::run() noexcept
 {
     for (;;) {
-        if (!canFill()) {
-            auto const until = std::chrono::steady_clock::now() + SpinTime;
-            while (!canFill() && std::chrono::steady_clock::now() < until)
-                std::this_thread::yield();
-        }
         std::size_t slot;
         {
             std::unique_lock lock(mutex);
-            changed.wait(lock, [this] { return canFill(); });
+            changed.wait(lock, [this] { return stopping || filled - released < blocks.size(); });
             if (stopping)
                 return;
             slot = static_cast<std::size_t>(filled % blocks.size());

@@ -4,7 +4,6 @@
 
 #include "util/utility/io/InputStream.h"
 
-#include <atomic>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -40,12 +39,6 @@ public:
 
 private:
     void run() noexcept;
-    // Whether a block is free to be filled, or the thread is to stop.
-    bool canFill() const noexcept
-    {
-        return stopping.load(std::memory_order_relaxed)
-            || filled - released.load(std::memory_order_acquire) < blocks.size();
-    }
 
     InputStream& source;
     std::size_t const blockSize;
@@ -54,13 +47,12 @@ private:
 
     std::mutex mutex;
     std::condition_variable changed;
-    // Blocks filled by the thread, taken by the consumer, and handed back by it; all only grow,
-    // under the mutex. The thread also reads released and stopping while spinning, without it.
+    // Blocks filled by the thread, taken by the consumer, and handed back by it; all only grow.
     std::uint64_t filled = 0;
     std::uint64_t taken = 0;
-    std::atomic<std::uint64_t> released {0};
+    std::uint64_t released = 0;
     bool finished = false; // the thread has read its last block (the end or a failure)
-    std::atomic<bool> stopping {false};
+    bool stopping = false;
     std::exception_ptr failure;
 
     std::thread thread; // last: started once everything it uses is ready
