@@ -194,3 +194,16 @@ TEST_F(Quarnnc, TransformMovesTheProgram)
     Result mirroredLog = run("log '" + moved + "'");
     EXPECT_NE(mirroredLog.out.find("onCWArc"), std::string::npos);
 }
+
+TEST_F(Quarnnc, LargeFilesCopyByteForByteThroughTheReadingAndWritingThreads)
+{
+    // Over a megabyte in and out: read ahead and written behind on threads of their own.
+    std::string const large = (scratch / "large.nci").string();
+    std::string const command = "'" GENERATOR_PATH "' --moves 100000 '" + large + "' >/dev/null";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    ASSERT_GT(fs::file_size(large), 2u << 20);
+    std::string const copy = (scratch / "copy.nci").string();
+    Result converted = run("convert '" + large + "' '" + copy + "'");
+    ASSERT_EQ(converted.status, 0) << converted.err;
+    EXPECT_EQ(readFile(copy), readFile(large));
+}
