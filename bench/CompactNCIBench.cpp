@@ -235,7 +235,7 @@ void CompactNCIReplayPeakMemory(benchmark::State& state)
 } // namespace
 
 BENCHMARK(CompactNCIWriteVsPageCacheWrite)->Iterations(5)->UseManualTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(CompactNCIReplayVsPageCacheRead)->Iterations(10)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(CompactNCIReplayVsPageCacheRead)->Iterations(30)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(CompactNCIReplayPeakMemory)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 int main(int argc, char** argv)
