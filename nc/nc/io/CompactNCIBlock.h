@@ -1,5 +1,6 @@
-// A fixed-size block of a compact NCI record, encoded and decoded at byte offsets, so that the
-// writer and the reader state the same layout with the same offsets.
+// Fields of compact NCI records encoded and decoded at byte offsets, so that the writer and the
+// reader state the same layout with the same offsets: in place in a buffer, or in a fixed-size
+// block of a record.
 #pragma once
 
 #include "util/utility/io/LittleEndian.h"
@@ -29,31 +30,44 @@ struct CompactNCIView {
     }
 };
 
+// Encodes fields at byte offsets in place, the same way round: into a CompactNCIBlock, or a
+// record straight into a writer's buffer.
+struct CompactNCIWriteView {
+    unsigned char* bytes;
+
+    void putUInt32(std::size_t at, std::uint32_t value) const noexcept { LittleEndian::writeUInt32(bytes + at, value); }
+    void putFlag(std::size_t at, bool value) const noexcept { bytes[at] = value ? 1 : 0; }
+    // Narrowed to the nearest float.
+    void putFloat(std::size_t at, double value) const noexcept
+    {
+        LittleEndian::writeFloat(bytes + at, static_cast<float>(value));
+    }
+    void putDouble(std::size_t at, double value) const noexcept { LittleEndian::writeDouble(bytes + at, value); }
+    void putVector(std::size_t at, Vector3D const& v) const noexcept
+    {
+        putFloat(at, v.x);
+        putFloat(at + 4, v.y);
+        putFloat(at + 8, v.z);
+    }
+    void putMatrix(std::size_t at, Matrix3x3 const& m) const noexcept
+    {
+        for (int column = 0; column < 3; ++column)
+            putVector(at + 12 * static_cast<std::size_t>(column), m.getColumn(column));
+    }
+};
+
 // A writer value-initialises its block ({}) so that the bytes it does not set, the reserved ones
 // of a layout, are zeros on disk; a reader fills a default-initialised block whole from the input.
 template <std::size_t Size> struct CompactNCIBlock {
     static constexpr std::size_t size = Size;
     alignas(8) unsigned char bytes[Size];
 
-    void putUInt32(std::size_t at, std::uint32_t value) noexcept { LittleEndian::writeUInt32(bytes + at, value); }
-    void putFlag(std::size_t at, bool value) noexcept { bytes[at] = value ? 1 : 0; }
-    // Narrowed to the nearest float.
-    void putFloat(std::size_t at, double value) noexcept
-    {
-        LittleEndian::writeFloat(bytes + at, static_cast<float>(value));
-    }
-    void putDouble(std::size_t at, double value) noexcept { LittleEndian::writeDouble(bytes + at, value); }
-    void putVector(std::size_t at, Vector3D const& v) noexcept
-    {
-        putFloat(at, v.x);
-        putFloat(at + 4, v.y);
-        putFloat(at + 8, v.z);
-    }
-    void putMatrix(std::size_t at, Matrix3x3 const& m) noexcept
-    {
-        for (int column = 0; column < 3; ++column)
-            putVector(at + 12 * static_cast<std::size_t>(column), m.getColumn(column));
-    }
+    void putUInt32(std::size_t at, std::uint32_t value) noexcept { writeView().putUInt32(at, value); }
+    void putFlag(std::size_t at, bool value) noexcept { writeView().putFlag(at, value); }
+    void putFloat(std::size_t at, double value) noexcept { writeView().putFloat(at, value); }
+    void putDouble(std::size_t at, double value) noexcept { writeView().putDouble(at, value); }
+    void putVector(std::size_t at, Vector3D const& v) noexcept { writeView().putVector(at, v); }
+    void putMatrix(std::size_t at, Matrix3x3 const& m) noexcept { writeView().putMatrix(at, m); }
 
     std::uint32_t getUInt32(std::size_t at) const noexcept { return view().getUInt32(at); }
     bool getFlag(std::size_t at) const noexcept { return view().getFlag(at); }
@@ -64,6 +78,7 @@ template <std::size_t Size> struct CompactNCIBlock {
 
 private:
     CompactNCIView view() const noexcept { return {bytes}; }
+    CompactNCIWriteView writeView() noexcept { return {bytes}; }
 };
 
 } // namespace Quarn

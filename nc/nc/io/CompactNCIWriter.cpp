@@ -37,19 +37,19 @@ template <class Field> constexpr std::size_t fieldSize() noexcept
         return 4;
 }
 
-template <std::size_t Size> void putField(CompactNCIBlock<Size>& block, std::size_t& at, Vector3D const& v) noexcept
+void putField(CompactNCIWriteView block, std::size_t& at, Vector3D const& v) noexcept
 {
     block.putVector(at, v);
     at += 12;
 }
 
-template <std::size_t Size> void putField(CompactNCIBlock<Size>& block, std::size_t& at, double value) noexcept
+void putField(CompactNCIWriteView block, std::size_t& at, double value) noexcept
 {
     block.putFloat(at, value);
     at += 4;
 }
 
-template <std::size_t Size> void putField(CompactNCIBlock<Size>& block, std::size_t& at, unsigned int value) noexcept
+void putField(CompactNCIWriteView block, std::size_t& at, unsigned int value) noexcept
 {
     block.putUInt32(at, value);
     at += 4;
@@ -127,13 +127,24 @@ template <std::size_t Size> inline void CompactNCIWriter::writeBlock(CompactNCIB
     out.writeBytes(block.bytes, Size);
 }
 
+// Encoded straight into the buffer when it has room: a record built on the stack and then copied
+// would be read back before its stores have landed.
 template <class... Fields> inline void CompactNCIWriter::writeFixed(std::uint32_t code, Fields const&... fields)
 {
+    constexpr std::size_t Size = 4 + (std::size_t {0} + ... + fieldSize<Fields>());
+    auto encode = [&](CompactNCIWriteView record) {
+        record.putUInt32(0, code);
+        [[maybe_unused]] std::size_t at = 4;
+        (putField(record, at, fields), ...);
+    };
+    if (unsigned char* room = out.claim(Size)) [[likely]] {
+        encode({room});
+        out.advance(Size);
+        return;
+    }
     // Every byte is set: no zeroing needed.
-    CompactNCIBlock<4 + (std::size_t {0} + ... + fieldSize<Fields>())> block;
-    block.putUInt32(0, code);
-    [[maybe_unused]] std::size_t at = 4;
-    (putField(block, at, fields), ...);
+    CompactNCIBlock<Size> block;
+    encode({block.bytes});
     writeBlock(block);
 }
 

@@ -51,7 +51,7 @@ void sendLargeProgram(NCStream& s)
     for (int i = 0; i < 12'000; ++i) {
         double const x = 0.25 * (i % 4096);
         for (int run = 0; run < i % 5; ++run)
-            s.onLinear({x, run, 1}, 1000, 1);
+            s.onLinear({x, static_cast<double>(run), 1}, 1000, 1);
         s.onRapid({x, 2, 3}, 0);
         s.onCWArc({x, 0, 0}, {x + 1, 1, 0}, {0, 0, 1}, 500, 1);
         s.onCCWArc({x, 1, 0}, {x, 0, 0}, {0, 0, 1}, 500, 1);

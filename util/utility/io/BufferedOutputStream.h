@@ -66,6 +66,12 @@ public:
         writeSlow(data, size);
     }
 
+    // Room for size bytes at the write position, for encoders that write a record in place, or
+    // null when the buffer has less room left (write the record with writeBytes then); advance
+    // passes over the bytes encoded there (at most size, unchecked, for the hot loops).
+    unsigned char* claim(std::size_t size) noexcept { return size <= room() ? current : nullptr; }
+    void advance(std::size_t size) noexcept { current += size; }
+
     void write(void const* data, std::size_t size) override { writeBytes(data, size); }
     // Writes the buffer into the sink and flushes the sink.
     void flush() override;
