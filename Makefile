@@ -1,6 +1,6 @@
 # Entry points of the README: `make demo` (build and run the main job on a bundled example)
 # and `make test` (build and run every test). Both install missing Debian packages first.
-.PHONY: demo test test-asan fuzz bench deps clean
+.PHONY: demo test test-asan test-tsan fuzz bench deps clean
 
 deps:
 	scripts/install-deps.sh
@@ -25,6 +25,11 @@ test-asan: deps
 	cmake --preset asan
 	cmake --build --preset asan
 	ctest --preset asan
+
+test-tsan: deps
+	cmake --preset tsan
+	cmake --build --preset tsan
+	ctest --preset tsan
 
 fuzz: deps
 	scripts/install-deps.sh clang libclang-rt-14-dev
