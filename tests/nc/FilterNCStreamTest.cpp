@@ -21,7 +21,15 @@ TEST(FilterNCStream, ForwardsEveryEventUnchanged)
     FilterNCStream second(&first);
     ASSERT_TRUE(TestSupport::sendEveryEvent(second));
     EXPECT_EQ(recorder.events, direct.events);
-    EXPECT_EQ(recorder.names(), TestSupport::everyEventName());
+
+    // Every overload of the event list, not only those of a valid program.
+    RecordingNCStream everyDirect;
+    TestSupport::callEveryOperation(everyDirect, [](NCEvent, bool) { });
+    RecordingNCStream everyForwarded;
+    FilterNCStream filter(&everyForwarded);
+    TestSupport::callEveryOperation(
+        filter, [](NCEvent event, bool answer) { EXPECT_TRUE(answer) << getEventName(event); });
+    EXPECT_EQ(everyForwarded.events, everyDirect.events);
 }
 
 TEST(FilterNCStream, RefusalOfAnyEventTravelsBackAndStopsTheSender)

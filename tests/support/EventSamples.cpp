@@ -1,12 +1,16 @@
 // One event of every kind, in a valid program order.
 #include "tests/support/EventSamples.h"
 
+#include "tests/support/RecordingNCStream.h"
+
 #include "nc/nc/NCContext.h"
 #include "nc/nc/NCTool.h"
 #include "nc/nc/machinedata/AxisOrdering.h"
 #include "nc/nc/machinedata/AxisValues.h"
 #include "util/utility/math/Point3D.h"
 #include "util/utility/math/TaggedFrame.h"
+
+#include <type_traits>
 
 namespace Quarn::TestSupport {
 
@@ -50,21 +54,74 @@ bool sendEveryEvent(NCStream& s)
 
 std::vector<std::wstring> everyEventName()
 {
-    return {L"onOpen", L"onContext", L"onTool", L"onSection", L"passThrough", L"passThrough", L"onComment",
-        L"onComment", L"onCommand", L"onToolpathEntityIndex", L"onMachineCommand", L"onCoolant", L"onSpindleSpeed",
-        L"onRadiusCompensationMode", L"onRadiusCompensation", L"onParameter", L"onParameter", L"onParameter",
-        L"onParameter", L"onParameter", L"onParameter", L"onParameter", L"onStock", L"onToolChange", L"onGroup",
-        L"onTurnGroup", L"onTurnGroupEnd", L"onGroupEnd", L"onDwell", L"onRapid", L"onRapid5D", L"onRapid5D",
-        L"onLinear", L"onLinear5D", L"onLinear5D", L"onLinearExtrude", L"onCWArc", L"onCCWArc", L"onCircular",
-        L"onCWArcExtrude", L"onCCWArcExtrude", L"onCircularExtrude", L"onCWCircle", L"onCCWCircle", L"onSpline",
-        L"onBezier", L"onNURBS", L"onSkip", L"onLineNumber", L"onMachineAxisOrdering", L"onMachineAxisValues",
-        L"onFrame", L"onSectionEnd", L"onClose"};
+    RecordingNCStream recorder;
+    sendEveryEvent(recorder);
+    return recorder.names();
 }
 
 bool isMotionEventName(std::wstring_view name)
 {
-    return name.starts_with(L"onRapid") || name.starts_with(L"onLinear") || name.find(L"Arc") != name.npos
-        || name.find(L"Circ") != name.npos || name == L"onSpline" || name == L"onBezier" || name == L"onNURBS";
+    std::string const narrow(name.begin(), name.end());
+    auto const event = findEvent(narrow);
+    if (!event || *event == NCEvent::onDwell)
+        return false;
+    auto const category = getEventCategory(*event);
+    return category == NCEventCategory::Moves || category == NCEventCategory::Arcs
+        || category == NCEventCategory::FreeForm;
+}
+
+namespace {
+
+// A plain value of every parameter type of the event list.
+template <class T> T sample()
+{
+    if constexpr (std::is_same_v<T, wchar_t const*>)
+        return L"wide";
+    else if constexpr (std::is_same_v<T, char const*>)
+        return "narrow";
+    else if constexpr (std::is_same_v<T, Vector3D const*>) {
+        static Vector3D const points[] = {{0, 0, 0}, {1, 1, 0}, {2, 0, 0}};
+        return points;
+    } else if constexpr (std::is_same_v<T, double const*>) {
+        static double const knots[] = {0, 0, 0, 1, 1, 1};
+        return knots;
+    } else if constexpr (std::is_same_v<T, unsigned int>)
+        return 3; // a count that fits the point and knot samples
+    else if constexpr (std::is_enum_v<T>)
+        return static_cast<T>(1);
+    else if constexpr (std::is_same_v<T, Vector3D>)
+        return Vector3D(0, 0, 1);
+    else if constexpr (std::is_same_v<T, AxisOrdering>)
+        return AxisOrdering {AxisInfo("head", "A")};
+    else if constexpr (std::is_same_v<T, AxisValues>)
+        return AxisValues {AxisValue(1.0)};
+    else if constexpr (std::is_arithmetic_v<T>)
+        return T(1);
+    else
+        return T {};
+}
+
+template <class... Parameters> bool callWithSamples(NCStream& stream, bool (NCStream::*operation)(Parameters...))
+{
+    return (stream.*operation)(sample<std::remove_cvref_t<Parameters>>()...);
+}
+
+// Never made: its scope lets the list's parameter types (Command, CoolantLevel, ...) be named.
+struct EveryOperation : NCStream {
+    static void call(NCStream& stream, std::function<void(NCEvent event, bool answer)> const& answered)
+    {
+#define QUARN_NC_EVENT(name, parameters, arguments)                                                                   \
+    answered(NCEvent::name, callWithSamples(stream, static_cast<bool(NCStream::*) parameters>(&NCStream::name)));
+#define QUARN_NC_EVENT_COMPOSITE(name, parameters, arguments) QUARN_NC_EVENT(name, parameters, arguments)
+#include "nc/nc/NCEvents.def"
+    }
+};
+
+} // namespace
+
+void callEveryOperation(NCStream& stream, std::function<void(NCEvent event, bool answer)> const& answered)
+{
+    EveryOperation::call(stream, answered);
 }
 
 } // namespace Quarn::TestSupport

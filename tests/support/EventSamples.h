@@ -2,7 +2,10 @@
 // event vocabulary (forwarding, stopping, round trips).
 #pragma once
 
+#include "nc/nc/NCEvent.h"
 #include "nc/nc/NCStream.h"
+
+#include <functional>
 
 #include <string>
 #include <string_view>
@@ -20,5 +23,10 @@ std::vector<std::wstring> everyEventName();
 
 // Whether the event is a move: rapids, lines, arcs, circles, extrusions and free-form curves.
 bool isMotionEventName(std::wstring_view name);
+
+// Calls every operation of the event list (nc/nc/NCEvents.def) on the stream once, in list order, with plain
+// sample arguments of each parameter type, and hands each answer to `answered`. Unlike
+// sendEveryEvent it makes no valid program: it reaches every overload, also when one is added.
+void callEveryOperation(NCStream& stream, std::function<void(NCEvent event, bool answer)> const& answered);
 
 } // namespace Quarn::TestSupport

@@ -29,15 +29,73 @@ std::wstring RecordingNCStream::text() const
     return result;
 }
 
-bool RecordingNCStream::record(wchar_t const* event, std::initializer_list<Variant> arguments)
+template <class... Arguments> bool RecordingNCStream::record(NCEvent event, Arguments const&... arguments)
 {
-    std::wstring line = event;
-    for (auto const& argument : arguments) {
-        line += L' ';
-        argument.appendAsString(line);
-    }
-    events.push_back(std::move(line));
-    return !(event == stopEvent && ++seenOfStopEvent == stopOccurrence);
+    std::wstring line;
+    (append(line, arguments), ...);
+    return finish(event, std::move(line));
+}
+
+bool RecordingNCStream::record(NCEvent event, Vector3D const* points, unsigned int count, double const* knots,
+    unsigned int knotCount, double feedrate, unsigned int flags)
+{
+    std::wstring line;
+    for (Variant const& argument : {Variant(pointsText(points, count)), Variant(count),
+             Variant(knotsText(knots, knotCount)), Variant(knotCount), Variant(feedrate), Variant(flags)})
+        append(line, argument);
+    return finish(event, std::move(line));
+}
+
+bool RecordingNCStream::finish(NCEvent event, std::wstring line)
+{
+    std::string_view const name = getEventName(event);
+    std::wstring const eventName(name.begin(), name.end());
+    events.push_back(eventName + line);
+    return !(eventName == stopEvent && ++seenOfStopEvent == stopOccurrence);
+}
+
+void RecordingNCStream::append(std::wstring& line, Variant const& value)
+{
+    line += L' ';
+    value.appendAsString(line);
+}
+
+void RecordingNCStream::append(std::wstring& line, Point3D const& point) { append(line, point.getAsString()); }
+
+void RecordingNCStream::append(std::wstring& line, ToolpathEntityIndex const& index)
+{
+    append(line, index.toolpath);
+    append(line, index.entity);
+}
+
+void RecordingNCStream::append(std::wstring& line, NCContext const& context)
+{
+    contexts.push_back(context);
+    append(line, contextText(context));
+}
+
+void RecordingNCStream::append(std::wstring& line, NCTool const& tool)
+{
+    tools.push_back(tool);
+    append(line, toolText(tool));
+}
+
+void RecordingNCStream::append(std::wstring& line, AxisOrdering const& ordering)
+{
+    orderings.push_back(ordering);
+    append(line, orderingText(ordering));
+}
+
+void RecordingNCStream::append(std::wstring& line, AxisValues const& values)
+{
+    axisValues.push_back(values);
+    append(line, valuesText(values));
+}
+
+void RecordingNCStream::append(std::wstring& line, TaggedFrame const& frame)
+{
+    frames.push_back(frame);
+    append(line, frameText(frame));
 }
 
 std::wstring RecordingNCStream::contextText(NCContext const& context)
@@ -98,220 +156,8 @@ std::wstring RecordingNCStream::knotsText(double const* knots, unsigned int coun
     return text + L"]";
 }
 
-bool RecordingNCStream::passThrough(wchar_t const* text) { return record(L"passThrough", {text}); }
-
-bool RecordingNCStream::passThrough(char const* text) { return record(L"passThrough", {text}); }
-
-bool RecordingNCStream::onComment(wchar_t const* comment) { return record(L"onComment", {comment}); }
-
-bool RecordingNCStream::onComment(char const* comment) { return record(L"onComment", {comment}); }
-
-bool RecordingNCStream::onCommand(Command command)
-{
-    return record(L"onCommand", {static_cast<unsigned int>(command)});
-}
-
-bool RecordingNCStream::onToolpathEntityIndex(ToolpathEntityIndex const& index)
-{
-    return record(L"onToolpathEntityIndex", {index.toolpath, index.entity});
-}
-
-bool RecordingNCStream::onMachineCommand(unsigned int machineCommand)
-{
-    return record(L"onMachineCommand", {machineCommand});
-}
-
-bool RecordingNCStream::onCoolant(unsigned int coolant, CoolantLevel level)
-{
-    return record(L"onCoolant", {coolant, static_cast<unsigned int>(level)});
-}
-
-bool RecordingNCStream::onSpindleSpeed(double speed) { return record(L"onSpindleSpeed", {speed}); }
-
-bool RecordingNCStream::onRadiusCompensationMode(bool enable) { return record(L"onRadiusCompensationMode", {enable}); }
-
-bool RecordingNCStream::onRadiusCompensation(Compensation compensation)
-{
-    return record(L"onRadiusCompensation", {static_cast<unsigned int>(compensation)});
-}
-
-bool RecordingNCStream::onOpen() { return record(L"onOpen", {}); }
-
-bool RecordingNCStream::onParameter(char const* name, Point3D const& value)
-{
-    return record(L"onParameter", {name, value.getAsString()});
-}
-
-bool RecordingNCStream::onParameter(char const* name, double value) { return record(L"onParameter", {name, value}); }
-
-bool RecordingNCStream::onParameter(char const* name, int value) { return record(L"onParameter", {name, value}); }
-
-bool RecordingNCStream::onParameter(char const* name, wchar_t const* value)
-{
-    return record(L"onParameter", {name, value});
-}
-
-bool RecordingNCStream::onParameter(char const* name, char const* value)
-{
-    return record(L"onParameter", {name, value});
-}
-
-bool RecordingNCStream::onStock(Vector3D const& lower, Vector3D const& upper)
-{
-    return record(L"onStock", {lower, upper});
-}
-
-bool RecordingNCStream::onContext(NCContext const& context)
-{
-    contexts.push_back(context);
-    return record(L"onContext", {contextText(context)});
-}
-
-bool RecordingNCStream::onTool(NCTool const& tool)
-{
-    tools.push_back(tool);
-    return record(L"onTool", {toolText(tool)});
-}
-
-bool RecordingNCStream::onToolChange() { return record(L"onToolChange", {}); }
-
-bool RecordingNCStream::onSection() { return record(L"onSection", {}); }
-
-bool RecordingNCStream::onGroup(char const* uri) { return record(L"onGroup", {uri}); }
-
-bool RecordingNCStream::onTurnGroup(char const* name) { return record(L"onTurnGroup", {name}); }
-
-bool RecordingNCStream::onGroupEnd() { return record(L"onGroupEnd", {}); }
-
-bool RecordingNCStream::onTurnGroupEnd() { return record(L"onTurnGroupEnd", {}); }
-
-bool RecordingNCStream::onSectionEnd() { return record(L"onSectionEnd", {}); }
-
-bool RecordingNCStream::onDwell(double time, unsigned int flags) { return record(L"onDwell", {time, flags}); }
-
-bool RecordingNCStream::onRapid(Vector3D const& end, unsigned int flags) { return record(L"onRapid", {end, flags}); }
-
-bool RecordingNCStream::onRapid5D(
-    Vector3D const& end, Vector3D const& z, Vector3D const& x, Vector3D const& n, unsigned int flags)
-{
-    return record(L"onRapid5D", {end, z, x, n, flags});
-}
-
-bool RecordingNCStream::onRapid5D(Vector3D const& end, Vector3D const& direction, unsigned int flags)
-{
-    return record(L"onRapid5D", {end, direction, flags});
-}
-
-bool RecordingNCStream::onLinear(Vector3D const& end, double feedrate, unsigned int flags)
-{
-    return record(L"onLinear", {end, feedrate, flags});
-}
-
-bool RecordingNCStream::onLinear5D(
-    Vector3D const& end, Vector3D const& z, Vector3D const& x, Vector3D const& n, double feedrate, unsigned int flags)
-{
-    return record(L"onLinear5D", {end, z, x, n, feedrate, flags});
-}
-
-bool RecordingNCStream::onLinear5D(Vector3D const& end, Vector3D const& direction, double feedrate, unsigned int flags)
-{
-    return record(L"onLinear5D", {end, direction, feedrate, flags});
-}
-
-bool RecordingNCStream::onLinearExtrude(Vector3D const& end, double feedrate, double extrusion)
-{
-    return record(L"onLinearExtrude", {end, feedrate, extrusion});
-}
-
-bool RecordingNCStream::onCWArc(
-    Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate, unsigned int flags)
-{
-    return record(L"onCWArc", {center, end, normal, feedrate, flags});
-}
-
-bool RecordingNCStream::onCCWArc(
-    Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate, unsigned int flags)
-{
-    return record(L"onCCWArc", {center, end, normal, feedrate, flags});
-}
-
-bool RecordingNCStream::onCircular(Vector3D const& center, Vector3D const& end, Vector3D const& normal, double sweep,
-    double feedrate, unsigned int flags)
-{
-    return record(L"onCircular", {center, end, normal, sweep, feedrate, flags});
-}
-
-bool RecordingNCStream::onCWArcExtrude(Vector3D const& center, Vector3D const& end, Vector3D const& normal,
-    double feedrate, double extrusion, unsigned int flags)
-{
-    return record(L"onCWArcExtrude", {center, end, normal, feedrate, extrusion, flags});
-}
-
-bool RecordingNCStream::onCCWArcExtrude(Vector3D const& center, Vector3D const& end, Vector3D const& normal,
-    double feedrate, double extrusion, unsigned int flags)
-{
-    return record(L"onCCWArcExtrude", {center, end, normal, feedrate, extrusion, flags});
-}
-
-bool RecordingNCStream::onCircularExtrude(Vector3D const& center, Vector3D const& end, Vector3D const& normal,
-    double sweep, double feedrate, double extrusion, unsigned int flags)
-{
-    return record(L"onCircularExtrude", {center, end, normal, sweep, feedrate, extrusion, flags});
-}
-
-bool RecordingNCStream::onCWCircle(
-    Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate, unsigned int flags)
-{
-    return record(L"onCWCircle", {center, end, normal, feedrate, flags});
-}
-
-bool RecordingNCStream::onCCWCircle(
-    Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate, unsigned int flags)
-{
-    return record(L"onCCWCircle", {center, end, normal, feedrate, flags});
-}
-
-bool RecordingNCStream::onSpline(
-    Vector3D const& control1, Vector3D const& control2, Vector3D const& end, double feedrate, unsigned int flags)
-{
-    return record(L"onSpline", {control1, control2, end, feedrate, flags});
-}
-
-bool RecordingNCStream::onBezier(
-    Vector3D const& control1, Vector3D const& control2, Vector3D const& end, double feedrate, unsigned int flags)
-{
-    return record(L"onBezier", {control1, control2, end, feedrate, flags});
-}
-
-bool RecordingNCStream::onNURBS(Vector3D const* controlPoints, unsigned int count, double const* knots,
-    unsigned int knotCount, double feedrate, unsigned int flags)
-{
-    return record(
-        L"onNURBS", {pointsText(controlPoints, count), count, knotsText(knots, knotCount), knotCount, feedrate, flags});
-}
-
-bool RecordingNCStream::onSkip() { return record(L"onSkip", {}); }
-
-bool RecordingNCStream::onLineNumber(unsigned int line) { return record(L"onLineNumber", {line}); }
-
-bool RecordingNCStream::onMachineAxisOrdering(AxisOrdering const& ordering)
-{
-    orderings.push_back(ordering);
-    return record(L"onMachineAxisOrdering", {orderingText(ordering)});
-}
-
-bool RecordingNCStream::onMachineAxisValues(AxisValues const& values)
-{
-    axisValues.push_back(values);
-    return record(L"onMachineAxisValues", {valuesText(values)});
-}
-
-bool RecordingNCStream::onFrame(TaggedFrame const& frame)
-{
-    frames.push_back(frame);
-    return record(L"onFrame", {frameText(frame)});
-}
-
-bool RecordingNCStream::onClose() { return record(L"onClose", {}); }
+#define QUARN_NC_EVENT(name, parameters, arguments)                                                                   \
+    bool RecordingNCStream::name parameters { return record QUARN_NC_PREPEND(NCEvent::name, arguments); }
+#include "nc/nc/NCEvents.def"
 
 } // namespace Quarn::TestSupport
