@@ -55,6 +55,15 @@ constexpr NCEventCategory getEventCategory(NCEvent event) noexcept
     return NCEventCategories[static_cast<std::size_t>(event)];
 }
 
+// Whether the event moves the tool: rapids, lines, arcs, circles, extrusions, free-form curves.
+constexpr bool isMotionEvent(NCEvent event) noexcept
+{
+    return false
+#define QUARN_NC_MOTION(name, parameters, arguments) || event == NCEvent::name
+#include "nc/nc/NCEvents.def"
+        ;
+}
+
 constexpr std::optional<NCEvent> findEvent(std::string_view name) noexcept
 {
     for (std::size_t i = 0; i < NCEventCount; ++i)

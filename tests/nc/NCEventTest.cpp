@@ -21,6 +21,10 @@ TEST(NCEvent, NamesCategoriesAndLookupAgree)
     EXPECT_EQ(getEventCategory(NCEvent::onFrame), NCEventCategory::MachineAxes);
     for (std::size_t i = 0; i < NCEventCount; ++i)
         EXPECT_EQ(findEvent(NCEventNames[i]), static_cast<NCEvent>(i)) << NCEventNames[i];
+    EXPECT_TRUE(isMotionEvent(NCEvent::onNURBS));
+    EXPECT_TRUE(isMotionEvent(NCEvent::onCircularExtrude));
+    EXPECT_FALSE(isMotionEvent(NCEvent::onDwell)); // the tool stands still
+    EXPECT_FALSE(isMotionEvent(NCEvent::onParameter));
     EXPECT_FALSE(findEvent("onTeleport"));
     EXPECT_FALSE(findEvent(""));
 }

@@ -61,13 +61,8 @@ std::vector<std::wstring> everyEventName()
 
 bool isMotionEventName(std::wstring_view name)
 {
-    std::string const narrow(name.begin(), name.end());
-    auto const event = findEvent(narrow);
-    if (!event || *event == NCEvent::onDwell)
-        return false;
-    auto const category = getEventCategory(*event);
-    return category == NCEventCategory::Moves || category == NCEventCategory::Arcs
-        || category == NCEventCategory::FreeForm;
+    auto const event = findEvent(std::string(name.begin(), name.end()));
+    return event && isMotionEvent(*event);
 }
 
 namespace {
