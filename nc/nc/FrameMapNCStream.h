@@ -28,7 +28,11 @@ public:
 
 protected:
     FrameMapNCStream() = default;
-    explicit FrameMapNCStream(SafePointer<NCStream> next) noexcept : FilterNCStream(next) { }
+    // `mirrored`: whether arcs are swapped before the first setLocalMap.
+    explicit FrameMapNCStream(SafePointer<NCStream> next, bool mirrored = false) noexcept
+        : FilterNCStream(next), mirrored(mirrored)
+    {
+    }
 
     // The frame with the right and forward axes of m and the up axis forward x right:
     // right-handed also when m is a mirror image.

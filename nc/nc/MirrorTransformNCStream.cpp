@@ -13,8 +13,7 @@ bool MirrorTransformNCStream::onContext(NCContext const& context)
     Matrix3x3 const& plane = context.getPlane();
     Matrix3x3 const reflectedPlane(reflect(plane.getRight()), reflect(plane.getUp()), reflect(plane.getForward()));
     Matrix3x3 const outgoingPlane = getRightHandedFrame(reflectedPlane);
-    // The mirror is always in force, whatever the handedness of the incoming plane.
-    setLocalMap(outgoingPlane, reflectedPlane, true);
+    setLocalMap(outgoingPlane, reflectedPlane, reflectedPlane.getDeterminant() < 0);
 
     Vector3D const& origin = context.getOrigin();
     NCContext reflected = context;

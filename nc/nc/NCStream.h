@@ -27,10 +27,16 @@ class TaggedFrame;
 // return the next stream's result unchanged. false is not an error: malformed input is an
 // exception and the two never mix.
 //
+// Failures, one way: a reader's malformed input throws (IOException, ParseException); a file
+// writer whose output fails throws IOException saying what it could not write, and never answers
+// false for it. Only the two diagnostic sinks differ: LogNCStream reports nothing about its log
+// through its results, and TextNCStream answers false once its output stream has failed.
+//
 // Lengths are in the unit of the last context (millimetres or inches), in the context's local
 // work frame; angles are radians unless a name says degrees; machine-axis values are
 // millimetres (linear) and degrees (rotary). The order of the virtual operations is part of
-// the interface and must not change.
+// the interface and must not change. Every event is also listed in nc/nc/NCEvents.def, from
+// which the stages that handle every event draw their operations: a new event goes there too.
 class QUARN_NC_EXPORT NCStream {
 public:
     // Machine commands of onCommand. 40 to 46 are numbered but unnamed.

@@ -14,15 +14,19 @@
 namespace Quarn::TestSupport {
 
 // A context with a random work frame and a section with one move of every mapped kind and a point
-// parameter, with random positions and unit directions drawn from seed.
-inline bool sendRandomProgram(NCStream& s, unsigned int seed)
+// parameter, with random positions and unit directions drawn from seed. A left-handed work plane
+// has its up axis reversed.
+inline bool sendRandomProgram(NCStream& s, unsigned int seed, bool leftHanded = false)
 {
     std::mt19937 random(seed);
     auto p = [&] { return randomVector(random, 100.0); };
     auto d = [&] { return randomVector(random, 1.0).getNormalized(); };
     NCContext context;
     context.setOrigin(p());
-    context.setPlane(randomRotation(random));
+    Matrix3x3 plane = randomRotation(random);
+    if (leftHanded)
+        plane.setUp(-plane.getUp());
+    context.setPlane(plane);
     Vector3D const points[] = {p(), p(), p()};
     double const knots[] = {0, 0, 0, 1, 1, 1};
     return s.onContext(context) && s.onParameter("point", Point3D(p())) && s.onRapid(p(), 0) && s.onRapid5D(p(), d(), 0)
