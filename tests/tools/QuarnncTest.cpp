@@ -1,5 +1,9 @@
 // End-to-end tests of the quarnnc tool: the built binary run on the bundled examples and on
 // missing, truncated and foreign files, checked by exit status, messages and golden output.
+#include "nc/nc/NCContext.h"
+#include "nc/nc/io/CompactNCIWriter.h"
+#include "util/utility/io/FileOutputStream.h"
+
 #include <gtest/gtest.h>
 
 #include <sys/wait.h>
@@ -8,12 +12,15 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <sstream>
 #include <string>
 
 namespace {
 
 namespace fs = std::filesystem;
+using Quarn::NCContext;
+using Quarn::NCStream;
 
 struct Result {
     int status = -1;
@@ -48,6 +55,17 @@ protected:
     }
 
     std::string golden(char const* name) const { return readFile(source / "tests/tools/golden" / name); }
+
+    // A compact NCI file of the program that `send` writes.
+    fs::path compactProgram(char const* name, std::function<bool(NCStream&)> const& send) const
+    {
+        fs::path const path = scratch / name;
+        Quarn::FileOutputStream file(path.wstring());
+        Quarn::CompactNCIWriter writer(&file);
+        EXPECT_TRUE(send(writer)) << name;
+        file.close();
+        return path;
+    }
 
     // A copy of an example cut after `length` bytes.
     fs::path truncatedExample(std::size_t length) const
@@ -103,22 +121,72 @@ TEST_F(Quarnnc, VersionHelpAndUsageErrors)
     }
 }
 
-TEST_F(Quarnnc, InfoAndRangesOfTheExamplesMatchTheirGoldenOutput)
+TEST_F(Quarnnc, InfoOfTheExamplesMatchesItsGoldenOutput)
 {
+    for (char const* name : {"part-3axis", "swarf-5axis", "inch-part"}) {
+        Result result = run(std::string("info examples/") + name + ".nci");
+        EXPECT_EQ(result.status, 0) << name << ": " << result.err;
+        EXPECT_EQ(result.out, golden((std::string("info-") + name + ".txt").c_str())) << name;
+        EXPECT_EQ(result.err, "") << name;
+    }
+}
+
+// Directions that hold rotary axis values (a context of unchecked directions) and coordinates
+// that a float holds only nearly: 99.999 is 99.9990005493164 as a double.
+TEST_F(Quarnnc, RangesAndInfoPrintTheNumbersTheFileHolds)
+{
+    unsigned int const cut = NCStream::getMovementFlags(NCStream::MOVEMENT_CUTTING);
+    NCContext context;
+    context.setMultiAxisMode(NCContext::MULTI_AXIS_UNCHECKED);
+    fs::path const program = compactProgram("axis-values.nci", [&](NCStream& s) {
+        return s.onOpen() && s.onContext(context) && s.onSection() && s.onRapid5D({0, 0, 10}, {0, 0, 0}, 0)
+            && s.onLinear5D({99.999, 0.1, -0.6}, {12.3, -45.6, 0}, 500, cut) && s.onSectionEnd() && s.onSection()
+            && s.onLinear5D({1, 2, 3}, {-7.7, 0, 90}, 500, cut) && s.onSectionEnd() && s.onClose();
+    });
+
+    Result ranges = run("ranges '" + program.string() + "'");
+    EXPECT_EQ(ranges.status, 0) << ranges.err;
+    EXPECT_EQ(ranges.out,
+        "section 1  A [0, 12.3]  B [-45.6, 0]  C [0, 0]\n"
+        "section 2  A [-7.7, -7.7]  B [0, 0]  C [90, 90]\n"
+        "total  A [-7.7, 12.3]  B [-45.6, 0]  C [0, 90]\n");
+
+    Result info = run("info '" + program.string() + "'");
+    EXPECT_EQ(info.status, 0) << info.err;
+    EXPECT_NE(info.out.find("bounding box: x 0 .. 99.999, y 0 .. 2, z -0.6 .. 10\n"), std::string::npos) << info.out;
+}
+
+TEST_F(Quarnnc, RangesRefusesDirectionsThatAreToolAxes)
+{
+    unsigned int const cut = NCStream::getMovementFlags(NCStream::MOVEMENT_CUTTING);
+    NCContext unchecked;
+    unchecked.setMultiAxisMode(NCContext::MULTI_AXIS_UNCHECKED);
+    std::string const flagged = compactProgram("flagged.nci", [&](NCStream& s) {
+        return s.onOpen() && s.onContext(unchecked) && s.onSection()
+            && s.onLinear5D({1, 2, 3}, {0, 0, 1}, 500, cut | NCStream::FLAG_ABSOLUTE_DIRECTION) && s.onSectionEnd()
+            && s.onClose();
+    }).string();
+    std::string const withoutContext = compactProgram("no-context.nci", [&](NCStream& s) {
+        return s.onOpen() && s.onSection() && s.onLinear5D({1, 2, 3}, {0, 30, 1}, 500, cut) && s.onSectionEnd()
+            && s.onClose();
+    }).string();
+    std::string const refused = ": The five-axis moves carry tool axes, not A, B and C values.\n";
     struct Case {
-        char const* arguments;
-        char const* goldenFile;
+        std::string file;
+        int status;
+        std::string out, err;
     } const cases[] = {
-        {"info examples/part-3axis.nci", "info-part-3axis.txt"},
-        {"info examples/swarf-5axis.nci", "info-swarf-5axis.txt"},
-        {"info examples/inch-part.nci", "info-inch-part.txt"},
-        {"ranges examples/swarf-5axis.nci", "ranges-swarf-5axis.txt"},
+        // The context declares unit vectors: the swarf cut tilts the tool by 30 degrees.
+        {"examples/swarf-5axis.nci", 65, "", "quarnnc: examples/swarf-5axis.nci" + refused},
+        {flagged, 65, "", "quarnnc: " + flagged + refused},
+        // Without a context only the flag tells.
+        {withoutContext, 0, "section 1  A [0, 0]  B [30, 30]  C [1, 1]\ntotal  A [0, 0]  B [30, 30]  C [1, 1]\n", ""},
     };
     for (auto const& c : cases) {
-        Result result = run(c.arguments);
-        EXPECT_EQ(result.status, 0) << c.arguments << ": " << result.err;
-        EXPECT_EQ(result.out, golden(c.goldenFile)) << c.arguments;
-        EXPECT_EQ(result.err, "") << c.arguments;
+        Result result = run("ranges '" + c.file + "'");
+        EXPECT_EQ(result.status, c.status) << c.file;
+        EXPECT_EQ(result.out, c.out) << c.file;
+        EXPECT_EQ(result.err, c.err) << c.file;
     }
 }
 
@@ -193,6 +261,32 @@ TEST_F(Quarnnc, TransformMovesTheProgram)
     ASSERT_EQ(mirrored.status, 0) << mirrored.err;
     Result mirroredLog = run("log '" + moved + "'");
     EXPECT_NE(mirroredLog.out.find("onCWArc"), std::string::npos);
+}
+
+TEST_F(Quarnnc, AnOutputThatCannotBeWrittenEndsWithItsNameAndStatus)
+{
+    if (!fs::exists("/dev/full"))
+        GTEST_SKIP() << "no /dev/full";
+    std::string const missingDirectory = (scratch / "no-such-directory" / "out.nci").string();
+    struct Case {
+        std::string arguments;
+        int status;
+        std::string err;
+    } const cases[] = {
+        {"convert --to compact-nci examples/part-3axis.nci /dev/full", 74,
+            "quarnnc: /dev/full: Cannot write the file.\n"},
+        {"convert --to xml examples/part-3axis.nci /dev/full", 74, "quarnnc: /dev/full: Cannot write the file.\n"},
+        {"convert --to log examples/part-3axis.nci /dev/full", 74, "quarnnc: /dev/full: Cannot write the file.\n"},
+        {"transform --to compact-nci examples/part-3axis.nci /dev/full --translate 1,2,3", 74,
+            "quarnnc: /dev/full: Cannot write the file.\n"},
+        {"convert examples/part-3axis.nci '" + missingDirectory + "'", 73,
+            "quarnnc: " + missingDirectory + ": Cannot create the file.\n"},
+    };
+    for (auto const& c : cases) {
+        Result result = run(c.arguments);
+        EXPECT_EQ(result.status, c.status) << c.arguments;
+        EXPECT_EQ(result.err, c.err) << c.arguments;
+    }
 }
 
 TEST_F(Quarnnc, LargeFilesCopyByteForByteThroughTheReadingAndWritingThreads)

@@ -16,6 +16,11 @@ struct Invocation {
     std::function<int()> run;
 };
 
+// Adds a subcommand that reads one program, FILE; when it is chosen, run gets the path and the
+// shared options. Returns the subcommand, for options of its own.
+CLI::App* addFileCommand(CLI::App& app, Invocation& invocation, std::string const& name, std::string const& description,
+    std::function<int(std::string const& input, RunOptions const& options)> run);
+
 void addInfoCommand(CLI::App& app, Invocation& invocation);
 void addValidateCommand(CLI::App& app, Invocation& invocation);
 void addConvertCommand(CLI::App& app, Invocation& invocation);
@@ -25,7 +30,8 @@ void addLogCommand(CLI::App& app, Invocation& invocation);
 
 // Writes the input into the output through an optional chain of filters ending in the output
 // format's writer: the body of convert, transform and log. `head` builds the filters in front
-// of the writer and returns the first stage.
+// of the writer and returns the first stage. Failures of the writer end in ToolError 74 naming the
+// output; a program that a stage stopped (a false) ends in ToolError 65 naming the input.
 int writeThrough(std::string const& input, std::string const& output, Format const& outputFormat,
     WriterOptions const& writerOptions, RunOptions const& options,
     std::function<NCStream&(NCStream& writer)> const& head);

@@ -21,8 +21,9 @@ void addConvertCommand(CLI::App& app, Invocation& invocation)
     command->callback([arguments, &invocation] {
         invocation.run = [arguments, &invocation] {
             Format const& format = chooseOutputFormat(arguments->to, arguments->output);
-            if (arguments->mapToWCS && !format.supportsMapToWCS())
-                throw ToolError(ExitUsage, "", "--map-to-wcs is not supported for " + format.getName() + " output.");
+            if (arguments->mapToWCS && !format.mapsToWCS)
+                throw ToolError(
+                    ExitUsage, "", "--map-to-wcs is not supported for " + std::string(format.name) + " output.");
             return writeThrough(arguments->input, arguments->output, format, {arguments->mapToWCS}, invocation.options,
                 [](NCStream& writer) -> NCStream& { return writer; });
         };

@@ -1,4 +1,4 @@
-// A file format the tool reads or writes: its name, how to recognise it and its reader and writer.
+// A file format the tool reads or writes: its name, how to recognise it, its reader and writer.
 #pragma once
 
 #include "nc/nc/NCReader.h"
@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace Quarn::Tool {
 
@@ -18,33 +19,35 @@ class OutputSink {
 public:
     virtual ~OutputSink() = default;
     virtual NCStream& stream() = 0;
-    // Completes the output (flushes the file); errors are thrown as ToolError.
+    // Completes the output (flushes the file); errors are thrown as ToolError or IOException.
     virtual void finish() = 0;
 };
 
-class Format {
-public:
-    virtual ~Format() = default;
+// A constant that a file in formats/ defines and FormatRegistry.cpp lists. The parts a format
+// lacks stay null: a format is readable when it has a reader, writable when it has a writer.
+struct Format {
     // The short name used on the command line ("compact-nci").
-    virtual std::string getName() const = 0;
+    std::string_view name;
     // The file name extension that selects the format for output ("nci").
-    virtual std::string getExtension() const = 0;
+    std::string_view extension;
+    // Whether the format stores coordinates as 32-bit floats: they then print as the shortest
+    // text of the float (99.999), not of the double it widens to (99.9990005493164).
+    bool floatCoordinates = false;
 
-    // Reading: null reader when the format is written only.
-    virtual bool canRead() const { return false; }
     // Recognises a file by its content, never by its name; must not throw.
-    virtual bool recognises(std::wstring const& /*path*/) const { return false; }
-    virtual std::unique_ptr<NCReader> makeReader() const { return nullptr; }
-    // "2.4.0", or empty when the format has no version.
-    virtual std::string getVersion(std::wstring const& /*path*/) const { return {}; }
+    bool (*recognises)(std::wstring const& path) = nullptr;
+    std::unique_ptr<NCReader> (*makeReader)() = nullptr;
+    // "2.4.0"; null when the format has no version.
+    std::string (*version)(std::wstring const& path) = nullptr;
 
-    // Writing: null when the format is read only.
-    virtual bool canWrite() const { return false; }
-    virtual bool supportsMapToWCS() const { return false; }
-    virtual std::unique_ptr<OutputSink> makeWriter(std::string const& /*path*/, WriterOptions const&) const
-    {
-        return nullptr;
-    }
+    std::unique_ptr<OutputSink> (*makeWriter)(std::string const& path, WriterOptions const& options) = nullptr;
+    // Whether the writer honours WriterOptions::mapToWCS.
+    bool mapsToWCS = false;
+
+    bool canRead() const noexcept { return recognises != nullptr && makeReader != nullptr; }
+    bool canWrite() const noexcept { return makeWriter != nullptr; }
+    // The shortest text that reads back as the coordinate the file holds.
+    std::string coordinateText(double value) const;
 };
 
 } // namespace Quarn::Tool

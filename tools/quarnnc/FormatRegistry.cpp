@@ -4,15 +4,26 @@
 #include <array>
 #include <filesystem>
 
+// Every format by the name of its constant, one line per file in formats/, in the order
+// detection tries them.
+#define QUARN_TOOL_FORMATS(FORMAT)                                                                                     \
+    FORMAT(compactNCI)                                                                                                 \
+    FORMAT(xml)                                                                                                        \
+    FORMAT(eventLog)
+
 namespace Quarn::Tool {
+
+namespace Formats {
+#define QUARN_TOOL_DECLARE_FORMAT(name) extern Format const name;
+QUARN_TOOL_FORMATS(QUARN_TOOL_DECLARE_FORMAT)
+#undef QUARN_TOOL_DECLARE_FORMAT
+} // namespace Formats
 
 std::span<Format const* const> FormatRegistry::all()
 {
-    static std::array<Format const*, 3> const formats = {
-        &compactNCIFormat(),
-        &xmlFormat(),
-        &logFormat(),
-    };
+#define QUARN_TOOL_FORMAT_ADDRESS(name) &Formats::name,
+    static constexpr Format const* formats[] = {QUARN_TOOL_FORMATS(QUARN_TOOL_FORMAT_ADDRESS)};
+#undef QUARN_TOOL_FORMAT_ADDRESS
     return formats;
 }
 
@@ -24,10 +35,10 @@ Format const* FormatRegistry::detect(std::wstring const& path)
     return nullptr;
 }
 
-Format const* FormatRegistry::findWriter(std::string const& name)
+Format const* FormatRegistry::findWriter(std::string_view name)
 {
     for (Format const* format : all())
-        if (format->canWrite() && format->getName() == name)
+        if (format->canWrite() && format->name == name)
             return format;
     return nullptr;
 }
@@ -38,7 +49,7 @@ Format const* FormatRegistry::writerForPath(std::string const& path)
     if (!extension.empty())
         extension.erase(0, 1);
     for (Format const* format : all())
-        if (format->canWrite() && format->getExtension() == extension)
+        if (format->canWrite() && !format->extension.empty() && format->extension == extension)
             return format;
     return nullptr;
 }
@@ -48,7 +59,7 @@ std::string FormatRegistry::writerNames()
     std::string names;
     for (Format const* format : all())
         if (format->canWrite())
-            names += (names.empty() ? "" : "|") + format->getName();
+            names.append(names.empty() ? "" : "|").append(format->name);
     return names;
 }
 

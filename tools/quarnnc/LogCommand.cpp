@@ -8,16 +8,13 @@ namespace Quarn::Tool {
 
 void addLogCommand(CLI::App& app, Invocation& invocation)
 {
-    auto input = std::make_shared<std::string>();
-    CLI::App* command = app.add_subcommand("log", "Print one line per event of a program");
-    command->add_option("FILE", *input, "Input program")->required();
-    command->callback([input, &invocation] {
-        invocation.run = [input, &invocation] {
+    addFileCommand(app, invocation, "log", "Print one line per event of a program",
+        [](std::string const& input, RunOptions const& options) {
+            // The log opens standard output as a file of its own: what is buffered here goes first.
             std::fflush(stdout);
-            return writeThrough(*input, "/dev/stdout", logFormat(), {}, invocation.options,
+            return writeThrough(input, "/dev/stdout", *FormatRegistry::findWriter("log"), {}, options,
                 [](NCStream& writer) -> NCStream& { return writer; });
-        };
-    });
+        });
 }
 
 } // namespace Quarn::Tool

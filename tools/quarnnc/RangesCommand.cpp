@@ -1,9 +1,11 @@
 // quarnnc ranges FILE: the A, B and C axis ranges of the five-axis moves, per section and in total.
 #include "tools/quarnnc/Commands.h"
+#include "tools/quarnnc/ToolError.h"
 
+#include "nc/nc/FilterNCStream.h"
 #include "nc/nc/NCABCInputRange.h"
+#include "nc/nc/NCContext.h"
 #include "nc/nc/NCStreamDefaultImpl.h"
-#include "util/utility/text/NumberFormat.h"
 
 #include <iostream>
 
@@ -11,10 +13,54 @@ namespace Quarn::Tool {
 
 namespace {
 
-void printRanges(std::ostream& out, std::string const& label, NCABCInputRange::ABC const& ranges)
+// Stops the program at the first five-axis move whose direction is a tool axis: one with
+// FLAG_ABSOLUTE_DIRECTION, one in the four-vector form (z, x, n), or one under a context that
+// declares its directions vectors. Only a context of unchecked directions (MULTI_AXIS_UNCHECKED)
+// lets directions pass as axis values; before any context the flag alone decides.
+class ToolAxisStop final : public FilterNCStream {
+public:
+    using FilterNCStream::FilterNCStream;
+
+    bool sawToolAxis() const noexcept { return toolAxis; }
+
+    bool onContext(NCContext const& context) override
+    {
+        vectors = context.getMultiAxisMode() != NCContext::MULTI_AXIS_UNCHECKED;
+        return next->onContext(context);
+    }
+    bool onRapid5D(Vector3D const&, Vector3D const&, Vector3D const&, Vector3D const&, unsigned int) override
+    {
+        return stop();
+    }
+    bool onRapid5D(Vector3D const& end, Vector3D const& direction, unsigned int flags) override
+    {
+        return holdsAxisValues(flags) && next->onRapid5D(end, direction, flags);
+    }
+    bool onLinear5D(Vector3D const&, Vector3D const&, Vector3D const&, Vector3D const&, double, unsigned int) override
+    {
+        return stop();
+    }
+    bool onLinear5D(Vector3D const& end, Vector3D const& direction, double feedrate, unsigned int flags) override
+    {
+        return holdsAxisValues(flags) && next->onLinear5D(end, direction, feedrate, flags);
+    }
+
+private:
+    bool holdsAxisValues(unsigned int flags) { return (!vectors && (flags & FLAG_ABSOLUTE_DIRECTION) == 0) || stop(); }
+    bool stop()
+    {
+        toolAxis = true;
+        return false;
+    }
+
+    bool vectors = false;
+    bool toolAxis = false;
+};
+
+void printRanges(std::ostream& out, std::string const& label, NCABCInputRange::ABC const& ranges, Format const& format)
 {
-    auto range = [](Range<double> const& r) {
-        return "[" + NumberFormat::toString(r.getMin()) + ", " + NumberFormat::toString(r.getMax()) + "]";
+    auto range = [&format](Range<double> const& r) {
+        return "[" + format.coordinateText(r.getMin()) + ", " + format.coordinateText(r.getMax()) + "]";
     };
     out << label << "  A " << range(ranges.a) << "  B " << range(ranges.b) << "  C " << range(ranges.c) << "\n";
 }
@@ -23,22 +69,23 @@ void printRanges(std::ostream& out, std::string const& label, NCABCInputRange::A
 
 void addRangesCommand(CLI::App& app, Invocation& invocation)
 {
-    auto input = std::make_shared<std::string>();
-    CLI::App* command = app.add_subcommand(
-        "ranges", "Print the A, B and C ranges of five-axis moves whose directions hold axis values");
-    command->add_option("FILE", *input, "Input program")->required();
-    command->callback([input, &invocation] {
-        invocation.run = [input, &invocation] {
-            Format const& format = detectInput(*input);
+    addFileCommand(app, invocation, "ranges",
+        "Print the A, B and C ranges of five-axis moves whose directions hold axis values",
+        [](std::string const& input, RunOptions const& options) {
+            Format const& format = detectInput(input);
             NCStreamDefaultImpl end;
             NCABCInputRange ranges(&end);
-            replay(format, *input, ranges, invocation.options);
+            ToolAxisStop toolAxes(&ranges);
+            bool const completed = replay(format, input, toolAxes, options);
+            if (toolAxes.sawToolAxis())
+                throw ToolError(ExitDataError, input, "The five-axis moves carry tool axes, not A, B and C values.");
+            if (!completed)
+                throw ToolError(ExitDataError, input, "The program was stopped before its end.");
             for (unsigned int i = 0; i < ranges.getNumberOfSections(); ++i)
-                printRanges(std::cout, "section " + std::to_string(i + 1), ranges.getSectionRanges(i));
-            printRanges(std::cout, "total", ranges.getTotalRanges());
-            return 0;
-        };
-    });
+                printRanges(std::cout, "section " + std::to_string(i + 1), ranges.getSectionRanges(i), format);
+            printRanges(std::cout, "total", ranges.getTotalRanges(), format);
+            return static_cast<int>(ExitOk);
+        });
 }
 
 } // namespace Quarn::Tool

@@ -61,14 +61,30 @@ private:
 void addValidateCommand(CLI::App& app, Invocation& invocation)
 {
     struct Arguments {
-        std::string input, format = "text";
+        std::string format = "text";
         bool continueOnError = false, strict = false;
         double maxSpiral = 0.0, tolerance = 1e-6;
     };
     auto arguments = std::make_shared<Arguments>();
-    CLI::App* command = app.add_subcommand(
-        "validate", "Check a program; exit 0 when clean, 1 on warnings with --strict, 2 on errors");
-    command->add_option("FILE", arguments->input, "Input program")->required();
+    CLI::App* command = addFileCommand(app, invocation, "validate",
+        "Check a program; exit 0 when clean, 1 on warnings with --strict, 2 on errors",
+        [arguments](std::string const& input, RunOptions const& options) {
+            Format const& format = detectInput(input);
+            NCStreamDefaultImpl end;
+            PrintingValidator validator(input, arguments->format == "json", arguments->continueOnError);
+            validator.setNCStream(&end);
+            validator.setMaximumSpiralRadiiAllowance(arguments->maxSpiral);
+            validator.setMaximumError(arguments->tolerance);
+            replay(format, input, validator, options);
+            if (arguments->format == "json")
+                std::printf("{\"errors\":%lu,\"warnings\":%lu}\n", validator.errors, validator.warnings);
+            else
+                std::printf("%s: %lu error%s, %lu warning%s\n", input.c_str(), validator.errors,
+                    validator.errors == 1 ? "" : "s", validator.warnings, validator.warnings == 1 ? "" : "s");
+            if (validator.errors > 0)
+                return static_cast<int>(ExitErrors);
+            return arguments->strict && validator.warnings > 0 ? static_cast<int>(ExitWarnings) : 0;
+        });
     command->add_flag("--continue-on-error", arguments->continueOnError, "Go on after the first error");
     command->add_flag("--strict", arguments->strict, "Exit with 1 when there are warnings");
     command
@@ -79,25 +95,6 @@ void addValidateCommand(CLI::App& app, Invocation& invocation)
         ->check(CLI::PositiveNumber);
     command->add_option("--format", arguments->format, "Output: text or json (one object per line)")
         ->check(CLI::IsMember({"text", "json"}));
-    command->callback([arguments, &invocation] {
-        invocation.run = [arguments, &invocation] {
-            Format const& format = detectInput(arguments->input);
-            NCStreamDefaultImpl end;
-            PrintingValidator validator(arguments->input, arguments->format == "json", arguments->continueOnError);
-            validator.setNCStream(&end);
-            validator.setMaximumSpiralRadiiAllowance(arguments->maxSpiral);
-            validator.setMaximumError(arguments->tolerance);
-            replay(format, arguments->input, validator, invocation.options);
-            if (arguments->format == "json")
-                std::printf("{\"errors\":%lu,\"warnings\":%lu}\n", validator.errors, validator.warnings);
-            else
-                std::printf("%s: %lu error%s, %lu warning%s\n", arguments->input.c_str(), validator.errors,
-                    validator.errors == 1 ? "" : "s", validator.warnings, validator.warnings == 1 ? "" : "s");
-            if (validator.errors > 0)
-                return static_cast<int>(ExitErrors);
-            return arguments->strict && validator.warnings > 0 ? static_cast<int>(ExitWarnings) : 0;
-        };
-    });
 }
 
 } // namespace Quarn::Tool

@@ -2,9 +2,49 @@
 #include "tools/quarnnc/Commands.h"
 #include "tools/quarnnc/ToolError.h"
 
+#include "nc/nc/NCEvent.h"
+#include "util/utility/IOException.h"
+#include "util/utility/text/Unicode.h"
+
 #include <filesystem>
 
 namespace Quarn::Tool {
+
+namespace {
+
+// Runs a step of the output (making the writer, an event, finishing) with its IOException turned
+// into ToolError 74 naming the output file.
+template <class Step> auto guardOutput(std::string const& path, Step const& step)
+{
+    try {
+        return step();
+    } catch (IOException const& e) {
+        throw ToolError(ExitIOError, path, Unicode::toUTF8(e.getMessage()));
+    }
+}
+
+// Stands in front of the writer so that its IOException, which would otherwise travel back
+// through the reader and pass for a fault of the input, names the output instead.
+class OutputErrors final : public NCStream {
+public:
+    OutputErrors(std::string const& path, NCStream& writer) : path(path), writer(writer) { }
+
+    using NCStream::onParameter;
+#include "nc/nc/NCEventOverrides.inc"
+
+private:
+    std::string const& path;
+    NCStream& writer;
+};
+
+#define QUARN_NC_EVENT(name, parameters, arguments)                                                                    \
+    bool OutputErrors::name parameters                                                                                 \
+    {                                                                                                                  \
+        return guardOutput(path, [&] { return writer.name arguments; });                                               \
+    }
+#include "nc/nc/NCEvents.def"
+
+} // namespace
 
 int writeThrough(std::string const& input, std::string const& output, Format const& outputFormat,
     WriterOptions const& writerOptions, RunOptions const& options,
@@ -15,9 +55,11 @@ int writeThrough(std::string const& input, std::string const& output, Format con
     if (output != "/dev/stdout" && std::filesystem::exists(output, error)
         && std::filesystem::equivalent(input, output, error))
         throw ToolError(ExitUsage, output, "The output would overwrite the input.");
-    auto sink = outputFormat.makeWriter(output, writerOptions);
-    bool const completed = replay(inputFormat, input, head(sink->stream()), options);
-    sink->finish();
+    auto sink = guardOutput(output, [&] { return outputFormat.makeWriter(output, writerOptions); });
+    OutputErrors writer(output, sink->stream());
+    bool const completed = replay(inputFormat, input, head(writer), options);
+    guardOutput(output, [&] { sink->finish(); });
+    // A stage that answers false has stopped the program; the output holds what came before.
     if (!completed)
         throw ToolError(ExitDataError, input, "The program was stopped before its end.");
     return ExitOk;

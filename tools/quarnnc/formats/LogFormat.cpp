@@ -1,15 +1,16 @@
 // The event log of LogNCStream: written only, one line per event.
-#include "tools/quarnnc/FormatRegistry.h"
+#include "tools/quarnnc/Format.h"
 #include "tools/quarnnc/ToolError.h"
 
 #include "nc/nc/LogNCStream.h"
 #include "nc/nc/NCStreamDefaultImpl.h"
 #include "util/utility/text/Unicode.h"
 
-namespace Quarn::Tool {
+namespace Quarn::Tool::Formats {
 
 namespace {
 
+// The log keeps its own file and remembers, rather than throws, a failed write.
 class LogSink final : public OutputSink {
 public:
     explicit LogSink(std::string const& path) : path(path), log(&end)
@@ -31,23 +32,14 @@ private:
     LogNCStream log;
 };
 
-class LogFormat final : public Format {
-public:
-    std::string getName() const override { return "log"; }
-    std::string getExtension() const override { return "log"; }
-    bool canWrite() const override { return true; }
-    std::unique_ptr<OutputSink> makeWriter(std::string const& path, WriterOptions const&) const override
-    {
-        return std::make_unique<LogSink>(path);
-    }
-};
-
 } // namespace
 
-Format const& logFormat()
-{
-    static LogFormat const format;
-    return format;
-}
+extern constinit Format const eventLog {
+    .name = "log",
+    .extension = "log",
+    .makeWriter = [](std::string const& path, WriterOptions const&) -> std::unique_ptr<OutputSink> {
+        return std::make_unique<LogSink>(path);
+    },
+};
 
-} // namespace Quarn::Tool
+} // namespace Quarn::Tool::Formats

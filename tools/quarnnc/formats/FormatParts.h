@@ -1,0 +1,41 @@
+// The parts most formats are made of: a reader chosen by its type, and a writer that writes
+// into an output file of the tool.
+#pragma once
+
+#include "tools/quarnnc/Files.h"
+#include "tools/quarnnc/Format.h"
+
+#include <memory>
+#include <string>
+
+namespace Quarn::Tool::Formats {
+
+// Format::recognises of a reader that knows its files (NCReader::isValid).
+template <class Reader> bool recognisedBy(std::wstring const& path) { return Reader().isValid(path); }
+
+template <class Reader> std::unique_ptr<NCReader> makeReader() { return std::make_unique<Reader>(); }
+
+// A writer constructed on an OutputStream, writing into an OutputFile; it maps contexts to the
+// work coordinate system when asked and able to.
+template <class Writer> class FileSink final : public OutputSink {
+public:
+    FileSink(std::string const& path, WriterOptions const& options) : file(path), writer(&file)
+    {
+        if constexpr (requires { writer.setMapToWCS(true); })
+            writer.setMapToWCS(options.mapToWCS);
+    }
+    NCStream& stream() override { return writer; }
+    void finish() override { file.close(); }
+
+private:
+    OutputFile file;
+    Writer writer;
+};
+
+// Format::makeWriter of a writer that FileSink can hold.
+template <class Writer> std::unique_ptr<OutputSink> makeFileSink(std::string const& path, WriterOptions const& options)
+{
+    return std::make_unique<FileSink<Writer>>(path, options);
+}
+
+} // namespace Quarn::Tool::Formats
