@@ -21,7 +21,6 @@ public:
     }
     ~FilterNCStreamByRemovingNamedParams() override;
 
-    Names const& getNames() const noexcept { return names; }
 
     using FilterNCStream::onParameter;
     bool onParameter(char const* name, Point3D const& value) override;

@@ -22,7 +22,6 @@ public:
     }
     ~FilterNCStreamToOnlyNamedParams() override;
 
-    Names const& getNames() const noexcept { return names; }
 
     using FilterNCStreamByCategories::onParameter;
     bool onParameter(char const* name, Point3D const& value) override;

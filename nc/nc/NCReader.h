@@ -51,8 +51,6 @@ protected:
     NCReader(NCReader const&) = default;
     NCReader& operator=(NCReader const&) = default;
 
-    bool isAbortRequested() noexcept { return getAbortable()->isAborted(); }
-
 private:
     NCStream* target = nullptr;
     Abortable* abortSource = nullptr;

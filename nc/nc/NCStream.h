@@ -319,11 +319,11 @@ public:
     // --- Helpers of the flags word.
     static constexpr Movement getMovement(unsigned int flags) noexcept
     {
-        return static_cast<Movement>(((flags >> 16) & 0xF) | ((flags & 0x4) << 2));
+        return static_cast<Movement>(((flags & FLAG_MOVEMENT_LOW_MASK) >> 16) | ((flags & FLAG_MOVEMENT_BIT4) << 2));
     }
     static constexpr unsigned int getMovementFlags(Movement movement) noexcept
     {
-        return ((movement & 0xF) << 16) | ((movement >> 2) & 0x4);
+        return ((movement << 16) & FLAG_MOVEMENT_LOW_MASK) | ((movement >> 2) & FLAG_MOVEMENT_BIT4);
     }
     static constexpr bool isMovement(unsigned int movement) noexcept { return movement < MOVEMENT_COUNT; }
     // Group bits of a movement; the movement must be below MOVEMENT_COUNT.

@@ -20,7 +20,6 @@ public:
 
     bool isAborted() const noexcept override { return aborted.load(std::memory_order_relaxed); }
     void abort() noexcept { aborted.store(true, std::memory_order_relaxed); }
-    void reset() noexcept { aborted.store(false, std::memory_order_relaxed); }
 
 private:
     std::atomic<bool> aborted{false};

@@ -13,8 +13,6 @@ public:
 
     bool isValid() const noexcept { return valid; }
     T const& get() const noexcept { return value; }
-    T const& getOr(T const& fallback) const noexcept { return valid ? value : fallback; }
-
     friend bool operator==(Validified const& a, Validified const& b)
     {
         return a.valid == b.valid && (!a.valid || a.value == b.value);

@@ -51,8 +51,6 @@ public:
     Persist& operator=(Persist const&) = delete;
 
     bool isReading() const noexcept { return reading; }
-    bool isWriting() const noexcept { return !reading; }
-
     void member(char const* name, bool& value);
     void member(char const* name, std::int32_t& value);
     void member(char const* name, std::uint32_t& value);

@@ -21,8 +21,6 @@ public:
 
     // The vector from the origin to this point; both names give the same value.
     constexpr Vector3D toVector() const noexcept { return {x, y, z}; }
-    constexpr Vector3D getAsVector() const noexcept { return toVector(); }
-
     // Text form "(x, y, z)" with shortest round-trip numbers, as Vector3D.
     std::wstring getAsString() const;
 

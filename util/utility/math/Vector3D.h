@@ -24,7 +24,6 @@ public:
         constexpr double nan = std::numeric_limits<double>::quiet_NaN();
         return {nan, nan, nan};
     }
-    static constexpr Vector3D getZero() noexcept { return {}; }
     // The unit z vector: the default tool axis.
     static constexpr Vector3D getForward() noexcept { return {0.0, 0.0, 1.0}; }
 
