@@ -3,6 +3,7 @@
 // block of a record.
 #pragma once
 
+#include "nc/nc/io/CompactNCIImpl.h"
 #include "util/utility/io/LittleEndian.h"
 #include "util/utility/math/Matrix3x3.h"
 #include "util/utility/math/Vector3D.h"
@@ -43,11 +44,13 @@ struct CompactNCIWriteView {
         LittleEndian::writeFloat(bytes + at, static_cast<float>(value));
     }
     void putDouble(std::size_t at, double value) const noexcept { LittleEndian::writeDouble(bytes + at, value); }
-    void putVector(std::size_t at, Vector3D const& v) const noexcept
+    // Narrowed by CompactNCIImpl::getAsVector, the format's one way of narrowing a vector.
+    void putVector(std::size_t at, Vector3D const& v) const noexcept { putVector(at, CompactNCIImpl::getAsVector(v)); }
+    void putVector(std::size_t at, CompactNCIImpl::FloatVector const& v) const noexcept
     {
-        putFloat(at, v.x);
-        putFloat(at + 4, v.y);
-        putFloat(at + 8, v.z);
+        LittleEndian::writeFloat(bytes + at, v.x);
+        LittleEndian::writeFloat(bytes + at + 4, v.y);
+        LittleEndian::writeFloat(bytes + at + 8, v.z);
     }
     void putMatrix(std::size_t at, Matrix3x3 const& m) const noexcept
     {

@@ -114,7 +114,8 @@ public:
     // "/namespace/nc/parameter/force-tool-change".
     static std::string const& getForceToolChangeUri();
 
-    // Each component narrowed to the nearest float.
+    // Each component narrowed to the nearest float: the one narrowing of vectors, through which
+    // the writer encodes every vector of a record (CompactNCIWriteView::putVector).
     static constexpr FloatVector getAsVector(Vector3D const& v) noexcept
     {
         return {static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z)};

@@ -111,24 +111,6 @@ std::wstring exceedsMessage(wchar_t const* what, std::uint64_t count, std::uint6
     return std::wstring(what) + L" " + number(count) + L" exceeds the " + number(left) + L" bytes left.";
 }
 
-// UTF-16LE units to UTF-32: pairs are joined, unpaired surrogates become U+FFFD.
-void decodeUTF16(unsigned char const* bytes, std::size_t units, std::wstring& text)
-{
-    text.clear();
-    for (std::size_t i = 0; i < units; ++i) {
-        char32_t unit = LittleEndian::readUInt16(bytes + 2 * i);
-        if (unit >= 0xD800 && unit <= 0xDBFF && i + 1 < units) {
-            char32_t next = LittleEndian::readUInt16(bytes + 2 * (i + 1));
-            if (next >= 0xDC00 && next <= 0xDFFF) {
-                text.push_back(static_cast<wchar_t>(0x10000 + ((unit - 0xD800) << 10) + (next - 0xDC00)));
-                ++i;
-                continue;
-            }
-        }
-        text.push_back(static_cast<wchar_t>(unit >= 0xD800 && unit <= 0xDFFF ? Unicode::Replacement : unit));
-    }
-}
-
 void checkUnit(std::uint32_t unit, std::uint64_t offset)
 {
     if (!NCUnit::isUnit(unit))
@@ -183,7 +165,7 @@ std::wstring CompactNCIReader::readWideString(BufferedInputStream& in)
 {
     Place at {in.getPosition(), findEnd(in), 0};
     std::wstring text;
-    std::string raw;
+    std::u16string raw;
     readWide(in, text, raw, at);
     return text;
 }
@@ -257,7 +239,7 @@ void CompactNCIReader::readNarrow(BufferedInputStream& in, std::string& text, Pl
     in.readBytes(text.data(), length);
 }
 
-void CompactNCIReader::readWide(BufferedInputStream& in, std::wstring& text, std::string& raw, Place const& at)
+void CompactNCIReader::readWide(BufferedInputStream& in, std::wstring& text, std::u16string& raw, Place const& at)
 {
     std::uint64_t left = bytesLeft(in, at.end);
     if (left < 4)
@@ -268,9 +250,13 @@ void CompactNCIReader::readWide(BufferedInputStream& in, std::wstring& text, std
     left -= 4;
     if (2 * std::uint64_t {units} > left)
         throw IOException(exceedsMessage(L"Wide string length", units, left), at.offset);
-    raw.resize(2 * std::size_t {units});
-    in.readBytes(raw.data(), raw.size());
-    decodeUTF16(reinterpret_cast<unsigned char const*>(raw.data()), units, text);
+    raw.resize(units);
+    in.readBytes(raw.data(), 2 * std::size_t {units});
+    // Little-endian on disk: a no-op on little-endian machines.
+    for (char16_t& unit : raw)
+        unit = static_cast<char16_t>(LittleEndian::readUInt16(reinterpret_cast<unsigned char const*>(&unit)));
+    text.clear();
+    Unicode::appendFromUTF16(text, raw);
 }
 
 template <std::size_t Size> inline CompactNCIBlock<Size> CompactNCIReader::readBlock(BufferedInputStream& in)

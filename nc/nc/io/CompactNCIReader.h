@@ -110,7 +110,7 @@ private:
     static Version readHeader(BufferedInputStream& in);
     [[noreturn]] static void failTruncated(Place const& at, std::uint64_t needed, std::uint64_t left);
     static void readNarrow(BufferedInputStream& in, std::string& text, Place const& at);
-    static void readWide(BufferedInputStream& in, std::wstring& text, std::string& raw, Place const& at);
+    static void readWide(BufferedInputStream& in, std::wstring& text, std::u16string& raw, Place const& at);
 
     bool replay(BufferedInputStream& in, NCStream& target);
     template <class Move> bool replayRun(BufferedInputStream& in, NCStream& target, Abortable const* abortSource);
@@ -138,7 +138,7 @@ private:
     // Buffers kept from record to record.
     std::string name;
     std::string text;
-    std::string raw;
+    std::u16string raw; // UTF-16 units of a wide string
     std::wstring wide;
     NCContext context;
     NCTool tool;

@@ -109,6 +109,17 @@ std::array<std::wstring const*, 7> toolTextRecordTexts(NCTool const& tool)
 
 constexpr std::size_t ProfileSlots = 27;
 
+// A failure of the output, thrown again saying what could not be written and where it starts.
+[[noreturn, gnu::cold]] void throwOutputFailure(std::wstring what, std::uint64_t offset, IOException const& cause)
+{
+    throw IOException(std::move(what) + L": " + cause.getMessage(), offset);
+}
+
+[[noreturn, gnu::cold]] void throwRecordFailure(std::uint32_t code, std::uint64_t offset, IOException const& cause)
+{
+    throwOutputFailure(L"Cannot write record " + std::to_wstring(code), offset, cause);
+}
+
 // Larger than the stream's default: the kernel's cost per byte written drops with the size of
 // each write.
 constexpr std::size_t BufferSize = 1 << 20;
@@ -125,6 +136,27 @@ std::wstring CompactNCIWriter::getUri() { return Unicode::fromUTF8(Impl::getUri(
 template <std::size_t Size> inline void CompactNCIWriter::writeBlock(CompactNCIBlock<Size> const& block)
 {
     out.writeBytes(block.bytes, Size);
+}
+
+template <class Payload> inline void CompactNCIWriter::writeRecord(std::uint32_t code, Payload const& payload)
+{
+    std::uint64_t const start = out.getPosition();
+    try {
+        writeUInt32(code);
+        payload();
+    } catch (IOException const& e) {
+        throwRecordFailure(code, start, e);
+    }
+}
+
+void CompactNCIWriter::writeWholeRecord(std::uint32_t code, unsigned char const* record, std::size_t size)
+{
+    std::uint64_t const start = out.getPosition();
+    try {
+        out.writeBytes(record, size);
+    } catch (IOException const& e) {
+        throwRecordFailure(code, start, e);
+    }
 }
 
 // Encoded straight into the buffer when it has room: a record built on the stack and then copied
@@ -145,7 +177,7 @@ template <class... Fields> inline void CompactNCIWriter::writeFixed(std::uint32_
     // Every byte is set: no zeroing needed.
     CompactNCIBlock<Size> block;
     encode({block.bytes});
-    writeBlock(block);
+    writeWholeRecord(code, block.bytes, Size);
 }
 
 std::uint32_t CompactNCIWriter::checkedLength(std::string_view text) const
@@ -176,19 +208,11 @@ void CompactNCIWriter::writeString(std::string_view text, std::uint32_t length)
 
 void CompactNCIWriter::writeString(std::wstring_view text, std::uint32_t length)
 {
+    units.clear();
+    Unicode::appendUTF16(units, text);
     out.writeUInt32(length);
-    for (wchar_t w : text) {
-        auto c = static_cast<char32_t>(w);
-        if (!Unicode::isScalarValue(c))
-            c = Unicode::Replacement;
-        if (c < 0x10000) {
-            out.writeUInt16(static_cast<std::uint16_t>(c));
-        } else {
-            c -= 0x10000;
-            out.writeUInt16(static_cast<std::uint16_t>(0xD800 + (c >> 10)));
-            out.writeUInt16(static_cast<std::uint16_t>(0xDC00 + (c & 0x3FF)));
-        }
-    }
+    for (char16_t unit : units)
+        out.writeUInt16(unit);
 }
 
 void CompactNCIWriter::writePoint(Point3D const& point)
@@ -210,32 +234,28 @@ void CompactNCIWriter::writeFrame(Frame const& frame)
 bool CompactNCIWriter::passThrough(wchar_t const* text)
 {
     std::uint32_t length = checkedLength(view(text));
-    writeUInt32(Impl::RECORD_WIDE_PASS_THROUGH);
-    writeString(view(text), length);
+    writeRecord(Impl::RECORD_WIDE_PASS_THROUGH, [&] { writeString(view(text), length); });
     return true;
 }
 
 bool CompactNCIWriter::passThrough(char const* text)
 {
     std::uint32_t length = checkedLength(view(text));
-    writeUInt32(Impl::RECORD_PASS_THROUGH);
-    writeString(view(text), length);
+    writeRecord(Impl::RECORD_PASS_THROUGH, [&] { writeString(view(text), length); });
     return true;
 }
 
 bool CompactNCIWriter::onComment(wchar_t const* comment)
 {
     std::uint32_t length = checkedLength(view(comment));
-    writeUInt32(Impl::RECORD_WIDE_COMMENT);
-    writeString(view(comment), length);
+    writeRecord(Impl::RECORD_WIDE_COMMENT, [&] { writeString(view(comment), length); });
     return true;
 }
 
 bool CompactNCIWriter::onComment(char const* comment)
 {
     std::uint32_t length = checkedLength(view(comment));
-    writeUInt32(Impl::RECORD_COMMENT);
-    writeString(view(comment), length);
+    writeRecord(Impl::RECORD_COMMENT, [&] { writeString(view(comment), length); });
     return true;
 }
 
@@ -266,31 +286,38 @@ bool CompactNCIWriter::onSpindleSpeed(double speed)
 bool CompactNCIWriter::onOpen()
 {
     forceToolChangePending = false;
-    writeString(std::string_view(Impl::getUri()));
     CompactNCIBlock<7> version {};
     version.putUInt32(0, Impl::RECORD_VERSION);
     version.bytes[4] = Impl::VersionMajor;
     version.bytes[5] = Impl::VersionMinor;
     version.bytes[6] = Impl::VersionBuild;
-    writeBlock(version);
+    std::uint64_t const start = out.getPosition();
+    try {
+        writeString(std::string_view(Impl::getUri()));
+        writeBlock(version);
+    } catch (IOException const& e) {
+        throwOutputFailure(L"Cannot write the header", start, e);
+    }
     return true;
 }
 
 bool CompactNCIWriter::onParameter(char const* name, Point3D const& value)
 {
     std::uint32_t length = checkedLength(view(name));
-    writeUInt32(Impl::RECORD_PARAMETER_POINT);
-    writeString(view(name), length);
-    writePoint(value);
+    writeRecord(Impl::RECORD_PARAMETER_POINT, [&] {
+        writeString(view(name), length);
+        writePoint(value);
+    });
     return true;
 }
 
 bool CompactNCIWriter::onParameter(char const* name, double value)
 {
     std::uint32_t length = checkedLength(view(name));
-    writeUInt32(Impl::RECORD_PARAMETER_DOUBLE);
-    writeString(view(name), length);
-    writeDouble(value);
+    writeRecord(Impl::RECORD_PARAMETER_DOUBLE, [&] {
+        writeString(view(name), length);
+        writeDouble(value);
+    });
     return true;
 }
 
@@ -301,9 +328,10 @@ bool CompactNCIWriter::onParameter(char const* name, int value)
         return true;
     }
     std::uint32_t length = checkedLength(view(name));
-    writeUInt32(Impl::RECORD_PARAMETER_INT);
-    writeString(view(name), length);
-    out.writeInt32(value);
+    writeRecord(Impl::RECORD_PARAMETER_INT, [&] {
+        writeString(view(name), length);
+        out.writeInt32(value);
+    });
     return true;
 }
 
@@ -311,9 +339,10 @@ bool CompactNCIWriter::onParameter(char const* name, wchar_t const* value)
 {
     std::uint32_t nameLength = checkedLength(view(name));
     std::uint32_t valueLength = checkedLength(view(value));
-    writeUInt32(Impl::RECORD_PARAMETER_WIDE_TEXT);
-    writeString(view(name), nameLength);
-    writeString(view(value), valueLength);
+    writeRecord(Impl::RECORD_PARAMETER_WIDE_TEXT, [&] {
+        writeString(view(name), nameLength);
+        writeString(view(value), valueLength);
+    });
     return true;
 }
 
@@ -321,9 +350,10 @@ bool CompactNCIWriter::onParameter(char const* name, char const* value)
 {
     std::uint32_t nameLength = checkedLength(view(name));
     std::uint32_t valueLength = checkedLength(view(value));
-    writeUInt32(Impl::RECORD_PARAMETER_TEXT);
-    writeString(view(name), nameLength);
-    writeString(view(value), valueLength);
+    writeRecord(Impl::RECORD_PARAMETER_TEXT, [&] {
+        writeString(view(name), nameLength);
+        writeString(view(value), valueLength);
+    });
     return true;
 }
 
@@ -351,8 +381,15 @@ void CompactNCIWriter::writeContext(NCContext const& c)
     std::uint32_t fixtureNameLength = checkedLength(c.getFixtureName());
     bool forceToolChange = forceToolChangePending || c.getForceToolChange();
     std::uint32_t code = getContextCode(c, forceToolChange);
-    writeUInt32(code);
+    writeRecord(code, [&] {
+        writeContextBlocks(c, code, forceToolChange);
+        writeString(c.getWorkName(), workNameLength);
+        writeString(c.getFixtureName(), fixtureNameLength);
+    });
+}
 
+void CompactNCIWriter::writeContextBlocks(NCContext const& c, std::uint32_t code, bool forceToolChange)
+{
     if (code == Impl::RECORD_CONTEXT_24) {
         CompactNCIBlock<228> block {};
         block.putUInt32(0, c.getType());
@@ -428,8 +465,6 @@ void CompactNCIWriter::writeContext(NCContext const& c)
         last.putVector(96, c.getModelOrigin());
         writeBlock(last);
     }
-    writeString(c.getWorkName(), workNameLength);
-    writeString(c.getFixtureName(), fixtureNameLength);
 }
 
 bool CompactNCIWriter::onTool(NCTool const& tool)
@@ -465,129 +500,141 @@ void CompactNCIWriter::writeTool(NCTool const& t)
 
     writeFixed(Impl::RECORD_TOOL, static_cast<unsigned int>(parts));
 
-    writeUInt32(Impl::RECORD_TOOL_GEOMETRY);
-    CompactNCIBlock<119> geometry {};
-    geometry.putUInt32(0, t.getType());
-    geometry.putUInt32(4, t.getUnit());
-    geometry.putUInt32(8, t.getNumberOfFlutes());
-    geometry.putDouble(12, t.getDiameter());
-    geometry.putDouble(20, t.getCornerRadius());
-    geometry.putDouble(28, t.getTaperAngle());
-    geometry.putDouble(36, t.getTipAngle());
-    geometry.putDouble(44, t.getFluteLength());
-    geometry.putDouble(52, t.getShoulderLength());
-    geometry.putDouble(60, t.getBodyLength());
-    geometry.putDouble(68, t.getShaftDiameter());
-    geometry.putDouble(76, t.getLength());
-    geometry.putDouble(84, t.getMinimumDiameter());
-    geometry.putDouble(92, t.getBoringBarOrientation());
-    writeBlock(geometry);
-    CompactNCIBlock<104> spindle {};
-    spindle.putUInt32(0, t.getSpindleMode());
-    spindle.putFlag(4, t.getSpindleDirection());
-    spindle.putFlag(5, t.isLiveTool());
-    spindle.putFlag(6, t.isNestedLiveTool());
-    spindle.putDouble(8, t.getSpindleRPM());
-    spindle.putDouble(16, t.getRampingSpindleRPM());
-    spindle.putDouble(24, t.getSurfaceSpeed());
-    spindle.putDouble(32, t.getMaximumSpindleSpeed());
-    spindle.putDouble(40, t.getMaximumRotationalSpeed());
-    writeBlock(spindle);
-    CompactNCIBlock<156> usage {};
-    usage.putUInt32(0, t.getCapabilities());
-    usage.putFlag(4, t.getManualToolChange());
-    usage.putFlag(5, t.getBreakControl());
-    usage.putDouble(8, t.getMaximumRampAngle());
-    usage.putDouble(16, t.getMaximumAxialStep());
-    usage.putDouble(24, t.getMaximumRadialStep());
-    usage.putDouble(32, t.getCutHeight());
-    usage.putDouble(40, t.getPierceHeight());
-    usage.putDouble(48, t.getPressure());
-    usage.putDouble(56, t.getPierceTime());
-    usage.putDouble(64, t.getAbrasiveFlowRate());
-    writeBlock(usage);
-    auto const& sections = t.getShaftSections();
-    std::size_t const inProfile = std::min(sections.size(), ProfileSlots);
-    CompactNCIBlock<220> profile {};
-    profile.putUInt32(0, static_cast<std::uint32_t>(inProfile));
-    for (std::size_t i = 0; i < inProfile; ++i) {
-        profile.putFloat(4 + 8 * i, sections[i].diameter);
-        profile.putFloat(8 + 8 * i, sections[i].length);
-    }
-    writeBlock(profile);
+    // The parts, each a record of its own: a failure of the output names the one begun last.
+    std::uint32_t part = 0;
+    std::uint64_t partStart = 0;
+    auto beginPart = [&](std::uint32_t code) {
+        part = code;
+        partStart = out.getPosition();
+        writeUInt32(code);
+    };
+    try {
+        beginPart(Impl::RECORD_TOOL_GEOMETRY);
+        CompactNCIBlock<119> geometry {};
+        geometry.putUInt32(0, t.getType());
+        geometry.putUInt32(4, t.getUnit());
+        geometry.putUInt32(8, t.getNumberOfFlutes());
+        geometry.putDouble(12, t.getDiameter());
+        geometry.putDouble(20, t.getCornerRadius());
+        geometry.putDouble(28, t.getTaperAngle());
+        geometry.putDouble(36, t.getTipAngle());
+        geometry.putDouble(44, t.getFluteLength());
+        geometry.putDouble(52, t.getShoulderLength());
+        geometry.putDouble(60, t.getBodyLength());
+        geometry.putDouble(68, t.getShaftDiameter());
+        geometry.putDouble(76, t.getLength());
+        geometry.putDouble(84, t.getMinimumDiameter());
+        geometry.putDouble(92, t.getBoringBarOrientation());
+        writeBlock(geometry);
+        CompactNCIBlock<104> spindle {};
+        spindle.putUInt32(0, t.getSpindleMode());
+        spindle.putFlag(4, t.getSpindleDirection());
+        spindle.putFlag(5, t.isLiveTool());
+        spindle.putFlag(6, t.isNestedLiveTool());
+        spindle.putDouble(8, t.getSpindleRPM());
+        spindle.putDouble(16, t.getRampingSpindleRPM());
+        spindle.putDouble(24, t.getSurfaceSpeed());
+        spindle.putDouble(32, t.getMaximumSpindleSpeed());
+        spindle.putDouble(40, t.getMaximumRotationalSpeed());
+        writeBlock(spindle);
+        CompactNCIBlock<156> usage {};
+        usage.putUInt32(0, t.getCapabilities());
+        usage.putFlag(4, t.getManualToolChange());
+        usage.putFlag(5, t.getBreakControl());
+        usage.putDouble(8, t.getMaximumRampAngle());
+        usage.putDouble(16, t.getMaximumAxialStep());
+        usage.putDouble(24, t.getMaximumRadialStep());
+        usage.putDouble(32, t.getCutHeight());
+        usage.putDouble(40, t.getPierceHeight());
+        usage.putDouble(48, t.getPressure());
+        usage.putDouble(56, t.getPierceTime());
+        usage.putDouble(64, t.getAbrasiveFlowRate());
+        writeBlock(usage);
+        auto const& sections = t.getShaftSections();
+        std::size_t const inProfile = std::min(sections.size(), ProfileSlots);
+        CompactNCIBlock<220> profile {};
+        profile.putUInt32(0, static_cast<std::uint32_t>(inProfile));
+        for (std::size_t i = 0; i < inProfile; ++i) {
+            profile.putFloat(4 + 8 * i, sections[i].diameter);
+            profile.putFloat(8 + 8 * i, sections[i].length);
+        }
+        writeBlock(profile);
 
-    writeUInt32(Impl::RECORD_TOOL_NUMBERING);
-    CompactNCIBlock<119> numbering {};
-    numbering.putUInt32(0, t.getNumber());
-    numbering.putUInt32(4, t.getTurret());
-    numbering.putUInt32(8, t.getHolderNumber());
-    numbering.putUInt32(12, t.getStationNumber());
-    numbering.putUInt32(16, t.getCustomId());
-    numbering.putUInt32(20, t.getDiameterOffset());
-    numbering.putUInt32(24, t.getLengthOffset());
-    numbering.putUInt32(28, t.getSecondaryLengthOffset());
-    numbering.putUInt32(32, t.getCompensationOffset());
-    numbering.putUInt32(36, t.getSecondaryCompensationOffset());
-    numbering.putFlag(40, t.isHalfIndex());
-    writeBlock(numbering);
+        beginPart(Impl::RECORD_TOOL_NUMBERING);
+        CompactNCIBlock<119> numbering {};
+        numbering.putUInt32(0, t.getNumber());
+        numbering.putUInt32(4, t.getTurret());
+        numbering.putUInt32(8, t.getHolderNumber());
+        numbering.putUInt32(12, t.getStationNumber());
+        numbering.putUInt32(16, t.getCustomId());
+        numbering.putUInt32(20, t.getDiameterOffset());
+        numbering.putUInt32(24, t.getLengthOffset());
+        numbering.putUInt32(28, t.getSecondaryLengthOffset());
+        numbering.putUInt32(32, t.getCompensationOffset());
+        numbering.putUInt32(36, t.getSecondaryCompensationOffset());
+        numbering.putFlag(40, t.isHalfIndex());
+        writeBlock(numbering);
 
-    writeUInt32(Impl::RECORD_TOOL_COOLANT);
-    CompactNCIBlock<28> coolant {};
-    coolant.putUInt32(0, t.getCoolant());
-    coolant.putUInt32(4, t.getMaterial());
-    writeBlock(coolant);
+        beginPart(Impl::RECORD_TOOL_COOLANT);
+        CompactNCIBlock<28> coolant {};
+        coolant.putUInt32(0, t.getCoolant());
+        coolant.putUInt32(4, t.getMaterial());
+        writeBlock(coolant);
 
-    writeUInt32(Impl::RECORD_TOOL_TEXTS);
-    writeUInt32(static_cast<std::uint32_t>(sections.size() - inProfile));
-    for (std::size_t i = inProfile; i < sections.size(); ++i) {
-        writeFloat(static_cast<float>(sections[i].diameter));
-        writeFloat(static_cast<float>(sections[i].length));
-    }
-    for (std::size_t i = 0; i < texts.size(); ++i)
-        writeString(*texts[i], textLengths[i]);
+        beginPart(Impl::RECORD_TOOL_TEXTS);
+        writeUInt32(static_cast<std::uint32_t>(sections.size() - inProfile));
+        for (std::size_t i = inProfile; i < sections.size(); ++i) {
+            writeFloat(static_cast<float>(sections[i].diameter));
+            writeFloat(static_cast<float>(sections[i].length));
+        }
+        for (std::size_t i = 0; i < texts.size(); ++i)
+            writeString(*texts[i], textLengths[i]);
 
-    if (jetNozzle) {
-        writeUInt32(Impl::RECORD_TOOL_JET_NOZZLE);
-        writeDouble(t.getJetDiameter());
-        writeDouble(t.getJetDistance());
-    }
-    if (depositing) {
-        writeUInt32(Impl::RECORD_TOOL_DEPOSITING);
-        writeDouble(t.getBeadWidth());
-        writeDouble(t.getLayerThickness());
-    }
-    if (thread) {
-        writeUInt32(Impl::RECORD_TOOL_THREAD);
-        writeUInt32(t.getNumberOfTeeth());
-        writeDouble(t.getThreadPitch());
-    }
-    if (turningRegion) {
-        writeUInt32(Impl::RECORD_TOOL_TURNING_REGION);
-        writeDouble(region.minimum.x);
-        writeDouble(region.minimum.y);
-        writeDouble(region.maximum.x);
-        writeDouble(region.maximum.y);
-    }
-    if (kerf) {
-        writeUInt32(Impl::RECORD_TOOL_KERF);
-        writeDouble(t.getKerfWidth());
-    }
-    if (standoff) {
-        writeUInt32(Impl::RECORD_TOOL_STANDOFF);
-        writeDouble(t.getStandoffDistance());
-    }
-    if (power) {
-        writeUInt32(Impl::RECORD_TOOL_POWER);
-        writeDouble(t.getPiercePower());
-        writeDouble(t.getCutPower());
-    }
+        if (jetNozzle) {
+            beginPart(Impl::RECORD_TOOL_JET_NOZZLE);
+            writeDouble(t.getJetDiameter());
+            writeDouble(t.getJetDistance());
+        }
+        if (depositing) {
+            beginPart(Impl::RECORD_TOOL_DEPOSITING);
+            writeDouble(t.getBeadWidth());
+            writeDouble(t.getLayerThickness());
+        }
+        if (thread) {
+            beginPart(Impl::RECORD_TOOL_THREAD);
+            writeUInt32(t.getNumberOfTeeth());
+            writeDouble(t.getThreadPitch());
+        }
+        if (turningRegion) {
+            beginPart(Impl::RECORD_TOOL_TURNING_REGION);
+            writeDouble(region.minimum.x);
+            writeDouble(region.minimum.y);
+            writeDouble(region.maximum.x);
+            writeDouble(region.maximum.y);
+        }
+        if (kerf) {
+            beginPart(Impl::RECORD_TOOL_KERF);
+            writeDouble(t.getKerfWidth());
+        }
+        if (standoff) {
+            beginPart(Impl::RECORD_TOOL_STANDOFF);
+            writeDouble(t.getStandoffDistance());
+        }
+        if (power) {
+            beginPart(Impl::RECORD_TOOL_POWER);
+            writeDouble(t.getPiercePower());
+            writeDouble(t.getCutPower());
+        }
 
-    for (std::size_t i = 0; i < parameters.size(); ++i) {
-        if (parameterLengths[i] == 0)
-            continue;
-        writeUInt32(Impl::RECORD_PARAMETER_WIDE_TEXT);
-        writeString(*parameters[i].first, static_cast<std::uint32_t>(parameters[i].first->size()));
-        writeString(*parameters[i].second, parameterLengths[i]);
+        for (std::size_t i = 0; i < parameters.size(); ++i) {
+            if (parameterLengths[i] == 0)
+                continue;
+            beginPart(Impl::RECORD_PARAMETER_WIDE_TEXT);
+            writeString(*parameters[i].first, static_cast<std::uint32_t>(parameters[i].first->size()));
+            writeString(*parameters[i].second, parameterLengths[i]);
+        }
+    } catch (IOException const& e) {
+        throwRecordFailure(part, partStart, e);
     }
 }
 
@@ -607,8 +654,7 @@ bool CompactNCIWriter::onSection()
 bool CompactNCIWriter::onGroup(char const* uri)
 {
     std::uint32_t length = checkedLength(view(uri));
-    writeUInt32(Impl::RECORD_GROUP);
-    writeString(view(uri), length);
+    writeRecord(Impl::RECORD_GROUP, [&] { writeString(view(uri), length); });
     return true;
 }
 
@@ -754,22 +800,24 @@ bool CompactNCIWriter::onMachineAxisOrdering(AxisOrdering const& ordering)
         checkedLength(ordering.axisName(i).getName());
         checkedLength(ordering.machinePartId(i).id());
     }
-    writeUInt32(Impl::RECORD_AXIS_ORDERING);
-    writeUInt32(static_cast<std::uint32_t>(ordering.size()));
-    for (int i = 0; i < ordering.size(); ++i) {
-        AxisInfo const info = ordering.axisInfo(i);
-        writeString(info.getNameStr());
-        writeString(info.getMachinePartIdStr());
-    }
+    writeRecord(Impl::RECORD_AXIS_ORDERING, [&] {
+        writeUInt32(static_cast<std::uint32_t>(ordering.size()));
+        for (int i = 0; i < ordering.size(); ++i) {
+            AxisInfo const info = ordering.axisInfo(i);
+            writeString(info.getNameStr());
+            writeString(info.getMachinePartIdStr());
+        }
+    });
     return true;
 }
 
 bool CompactNCIWriter::onMachineAxisValues(AxisValues const& values)
 {
-    writeUInt32(Impl::RECORD_AXIS_VALUES);
-    writeUInt32(static_cast<std::uint32_t>(values.size()));
-    for (int i = 0; i < values.size(); ++i)
-        writeDouble(values.value(i).value());
+    writeRecord(Impl::RECORD_AXIS_VALUES, [&] {
+        writeUInt32(static_cast<std::uint32_t>(values.size()));
+        for (int i = 0; i < values.size(); ++i)
+            writeDouble(values.value(i).value());
+    });
     return true;
 }
 
@@ -777,16 +825,21 @@ bool CompactNCIWriter::onFrame(TaggedFrame const& frame)
 {
     std::uint32_t tagLength = checkedLength(frame.tag());
     std::uint32_t baseLength = checkedLength(frame.baseFrameTag());
-    writeUInt32(Impl::RECORD_FRAME);
-    writeString(frame.tag(), tagLength);
-    writeString(frame.baseFrameTag(), baseLength);
-    writeFrame(frame.frame());
+    writeRecord(Impl::RECORD_FRAME, [&] {
+        writeString(frame.tag(), tagLength);
+        writeString(frame.baseFrameTag(), baseLength);
+        writeFrame(frame.frame());
+    });
     return true;
 }
 
 bool CompactNCIWriter::onClose()
 {
-    out.flush();
+    try {
+        out.flush();
+    } catch (IOException const& e) {
+        throwOutputFailure(L"Cannot flush the output", out.getPosition(), e);
+    }
     return true;
 }
 

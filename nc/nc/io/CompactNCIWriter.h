@@ -127,7 +127,18 @@ template <std::size_t Size> struct CompactNCIBlock;
 // Shaft sections are floats; every other tool number is exact.
 //
 // The output stream is not owned. Copies write to the same stream through buffers of their
-// own (flush before copying). Errors of the output stream propagate as its exceptions.
+// own (flush before copying).
+//
+// A failure of the output is an IOException, never a false: the writer buffers 1 MiB, so the
+// failure surfaces at the event whose record fills the buffer (or, through a
+// WriteBehindOutputStream, at a later one) or at onClose, which flushes. Its text says what could
+// not be written, then the output's own message; its offset is where that starts in the output:
+//   "Cannot write the header: <cause>"      onOpen, at the header's offset
+//   "Cannot write record <code>: <cause>"   any other event, at the offset of the record's code
+//   "Cannot flush the output: <cause>"      onClose, at the output's length
+// The bytes before that offset may be lost as well, since they were still in the buffer. From
+// then on every event that writes throws the same way and nothing more reaches the output, not
+// even from the destructor. An exception of the output other than IOException passes unchanged.
 class QUARN_NC_EXPORT CompactNCIWriter final : public NCStreamDefaultImpl {
 public:
     explicit CompactNCIWriter(OutputStream* stream);
@@ -205,7 +216,12 @@ private:
     // floats, double as a float, unsigned int as a uint32).
     template <class... Fields> void writeFixed(std::uint32_t code, Fields const&... fields);
     template <std::size_t Size> void writeBlock(CompactNCIBlock<Size> const& block);
+    // The code, then what payload writes; a failure of the output names the record.
+    template <class Payload> void writeRecord(std::uint32_t code, Payload const& payload);
+    // A record encoded whole, code included, that did not fit into the buffer's room.
+    void writeWholeRecord(std::uint32_t code, unsigned char const* record, std::size_t size);
     void writeContext(NCContext const& context);
+    void writeContextBlocks(NCContext const& context, std::uint32_t code, bool forceToolChange);
     void writeTool(NCTool const& tool);
 
     void writeUInt32(std::uint32_t value) { out.writeUInt32(value); }
@@ -225,6 +241,7 @@ private:
     void writeString(std::wstring_view text, std::uint32_t length);
 
     BufferedOutputStream out;
+    std::u16string units; // of the wide string being written
     bool mapToWCS = false;
     bool forceToolChangePending = false;
     bool turnGroupSuppressed = false;

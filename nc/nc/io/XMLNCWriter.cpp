@@ -112,17 +112,29 @@ void appendEscaped(std::string& out, char c)
 
 void appendEscaped(std::string& out, std::wstring_view text)
 {
-    for (wchar_t w : text) {
-        auto c = static_cast<char32_t>(w);
-        if (c < 0x80) {
+    for (std::size_t at = 0; at < text.size();) {
+        // What is not a character (unpaired surrogates, values above U+10FFFF) reads as U+FFFD.
+        char32_t const c = Unicode::nextCodePoint(text, at);
+        if (c < 0x80)
             appendEscaped(out, static_cast<char>(c));
-        } else if (c == 0xFFFE || c == 0xFFFF) {
+        else if (c == 0xFFFE || c == 0xFFFF)
             out += ReplacementUTF8;
-        } else {
-            // Surrogates and values above U+10FFFF become U+FFFD here.
-            Unicode::appendUTF8(out, std::wstring_view(&w, 1));
-        }
+        else
+            Unicode::appendCodePoint(out, c);
     }
+}
+
+// A failure of the output, thrown again saying what could not be written and where it starts.
+[[noreturn, gnu::cold]] void throwOutputFailure(std::wstring what, std::uint64_t offset, IOException const& cause)
+{
+    throw IOException(std::move(what) + L": " + cause.getMessage(), offset);
+}
+
+// "<linear>" for the line "<linear to='1 2 3'/>", "</group>" for "</group>".
+std::wstring elementOf(std::string_view line)
+{
+    std::size_t const end = line.find_first_of(" />\n", line.starts_with("</") ? 2 : 1);
+    return Unicode::fromUTF8(line.substr(0, end)) + L">";
 }
 
 std::string_view compensationText(NCStream::Compensation compensation)
@@ -193,17 +205,16 @@ void XMLNCWriter::appendText(std::string_view text)
 
 void XMLNCWriter::appendText(std::wstring_view text) { appendEscaped(line, text); }
 
-bool XMLNCWriter::writeLine()
+bool XMLNCWriter::writeLine(std::wstring_view what)
 {
-    if (!result)
-        return false;
+    std::uint64_t const start = out.getPosition();
     line += '\n';
     try {
         out.write(std::string_view(line));
-    } catch (IOException const&) {
-        result = false;
+    } catch (IOException const& e) {
+        throwOutputFailure(what.empty() ? L"Cannot write element " + elementOf(line) : std::wstring(what), start, e);
     }
-    return result;
+    return true;
 }
 
 void XMLNCWriter::endMotion(unsigned int flags)
@@ -244,7 +255,7 @@ bool XMLNCWriter::onOpen()
     line += "/xml/2008/nc' version='1.0'>\n<meta>\n  <date timestamp='"sv;
     appendInteger(line, seconds);
     line += "'/>\n</meta>"sv;
-    return writeLine();
+    return writeLine(L"Cannot write the start of the document");
 }
 
 void XMLNCWriter::beginParameter(char const* name)
@@ -654,16 +665,32 @@ bool XMLNCWriter::onFrame(TaggedFrame const& frame)
 bool XMLNCWriter::onClose()
 {
     line.assign("</nc>"sv);
-    if (!writeLine())
-        return false;
     try {
-        out.flush();
-        if (closeStream)
-            stream->close();
-    } catch (IOException const&) {
-        result = false;
+        writeLine();
+        std::uint64_t const end = out.getPosition();
+        try {
+            out.flush();
+        } catch (IOException const& e) {
+            throwOutputFailure(L"Cannot flush the output", end, e);
+        }
+    } catch (...) {
+        // Asked to close the stream, the writer does so in any case: the failure is reported.
+        if (closeStream) {
+            try {
+                stream->close();
+            } catch (...) {
+            }
+        }
+        throw;
     }
-    return result;
+    if (closeStream) {
+        try {
+            stream->close();
+        } catch (IOException const& e) {
+            throwOutputFailure(L"Cannot close the output", out.getPosition(), e);
+        }
+    }
+    return true;
 }
 
 } // namespace Quarn

@@ -31,12 +31,12 @@ namespace Quarn {
 //   the four-vector onRapid5D is written as its two-vector form.
 // - The compensation state that decides whether a motion writes compensation='...' starts as
 //   off at every onOpen.
-// - Text: wide text is UTF-32 and written as UTF-8; narrow text is read as UTF-8 and each
-//   malformed sequence becomes U+FFFD. Characters XML 1.0 does not allow (controls other than
-//   tab, line feed and carriage return; U+FFFE, U+FFFF; surrogates and values above U+10FFFF)
-//   become U+FFFD too, so any text gives a well-formed document. Tab, line feed and carriage
-//   return are written as they are (inside attribute values a parser reads them as blanks).
-//   A null text is empty.
+// - Text: wide text (UTF-32, or UTF-16 where wchar_t has 16 bits) is written as UTF-8; narrow
+//   text is read as UTF-8 and each malformed sequence becomes U+FFFD. Characters XML 1.0 does
+//   not allow (controls other than tab, line feed and carriage return; U+FFFE, U+FFFF; unpaired
+//   surrogates and values above U+10FFFF) become U+FFFD too, so any text gives a well-formed
+//   document. Tab, line feed and carriage return are written as they are (inside attribute
+//   values a parser reads them as blanks). A null text is empty.
 // - Value texts: unit "inches" / "millimeters"; context compensation "tip" / "center"; tool
 //   type as ToolGeometry::getTypeAsString ("flat-end-mill"); coolant as
 //   NCTool::getCoolantAsString ("flood"); spindle direction "cw" / "ccw"; an enumeration value
@@ -57,9 +57,21 @@ namespace Quarn {
 //   collet) and <aggregate> (the aggregate id), each when set, when any of them is set.
 // - Axis lists separate their entries by one blank; an ordering lists the axis names only,
 //   so a name that holds a blank reads back as two.
-// - A failing output stream (IOException) makes the event answer false and turns the result
-//   false (getResult); a writer whose result is false writes nothing and refuses every event
-//   but onBezier and onNURBS, which NCStreamDefaultImpl always accepts.
+// - Events with an element answer true; the others answer getResult() as the base does.
+//
+// A failure of the output is an IOException, never a false: lines collect in a buffer of 64 KiB,
+// so the failure surfaces at the event whose element fills the buffer (or, through a
+// WriteBehindOutputStream, at a later one) or at onClose, which flushes. Its text says what could
+// not be written, then the output's own message; its offset is where that starts in the output:
+//   "Cannot write the start of the document: <cause>"   onOpen, at the declaration's offset
+//   "Cannot write element <linear>: <cause>"           any other element ("</nc>" for onClose),
+//                                                      at the offset of its line
+//   "Cannot flush the output: <cause>"                  onClose, at the document's length
+//   "Cannot close the output: <cause>"                  onClose with closeStream, likewise
+// The lines before that offset may be lost as well, since they were still in the buffer. From
+// then on every event with an element throws the same way and nothing more reaches the output,
+// not even from the destructor. With closeStream, onClose closes the output even when it fails.
+// An exception of the output other than IOException passes unchanged.
 //
 // A copy writes into the same output stream through a buffer of its own.
 class QUARN_NC_EXPORT XMLNCWriter final : public NCStreamDefaultImpl {
@@ -132,8 +144,9 @@ private:
     void appendToolChildren(NCTool const& tool);
     void appendText(std::string_view text);
     void appendText(std::wstring_view text);
-    // Writes the line and a line feed; false (and from then on) when the output fails.
-    bool writeLine();
+    // Writes the line and a line feed; true. A failure of the output names what (by default the
+    // line's element).
+    bool writeLine(std::wstring_view what = {});
 
     SafePointer<OutputStream> stream;
     TextOutputStream out;

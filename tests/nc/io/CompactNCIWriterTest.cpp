@@ -9,6 +9,7 @@
 #include "nc/nc/machinedata/AxisValues.h"
 #include "tests/nc/io/CompactNCITesting.h"
 #include "tests/util/io/TestStreams.h"
+#include "util/utility/io/WriteBehindOutputStream.h"
 #include "util/utility/math/Point3D.h"
 #include "util/utility/math/TaggedFrame.h"
 
@@ -36,6 +37,29 @@ std::pair<std::uint32_t, std::size_t> firstRecord(Send const& send)
 {
     std::string bytes = writeRecords(send);
     return {LittleEndian::readUInt32(reinterpret_cast<unsigned char const*>(bytes.data())), bytes.size()};
+}
+
+// A header (63 bytes) and 100000 linear moves (24 bytes each): two blocks of the writer's
+// buffer of 1 MiB and part of a third.
+constexpr int Moves = 100'000;
+
+void sendMoves(CompactNCIWriter& writer)
+{
+    writer.onOpen();
+    for (int i = 0; i < Moves; ++i)
+        writer.onLinear({static_cast<double>(i), 0, 0}, 100, 0);
+    writer.onClose();
+}
+
+std::string const& movesFile()
+{
+    static std::string const bytes = [] {
+        MemoryOutputStream out;
+        CompactNCIWriter writer(&out);
+        sendMoves(writer);
+        return out.getData();
+    }();
+    return bytes;
 }
 
 } // namespace
@@ -316,4 +340,101 @@ TEST(CompactNCIWriter, CopiesKeepTheFlags)
     copy.onContext(NCContext());
     copy.onClose();
     EXPECT_EQ(out.getData().substr(63, 4), u32(1034));
+}
+
+TEST(CompactNCIWriter, AFailedOutputIsAnIOExceptionNamingTheRecordAndItsOffset)
+{
+    std::string const& whole = movesFile();
+    ASSERT_EQ(whole.size(), 63u + 24 * Moves);
+    // A failure within a block surfaces at the record that does not fit into it: within the
+    // first, the record at 63 + 24 * 43688 = 1048575; within the second, the one at
+    // 63 + 24 * 87378.
+    IOError const first {L"Cannot write record 100: Disk full.", 1048575};
+    struct Case {
+        char const* what;
+        std::size_t capacity; // bytes the output takes
+        IOError error;
+    } const cases[] = {
+        {"first byte", 0, first},
+        {"inside the header", 10, first},
+        {"last byte of the first block", 1048575, first},
+        {"first byte of the second block", 1048576, {L"Cannot write record 100: Disk full.", 2097135}},
+        {"last byte, at close", whole.size() - 1, {L"Cannot flush the output: Disk full.", whole.size()}},
+    };
+    for (Case const& c : cases) {
+        SCOPED_TRACE(c.what);
+        FullOutputStream out(c.capacity);
+        {
+            CompactNCIWriter writer(&out);
+            EXPECT_EQ(ioError([&] { sendMoves(writer); }), c.error);
+            EXPECT_EQ(out.bytes, whole.substr(0, c.capacity)) << "what fits, in order";
+            // From then on every record fails the same way, whichever way it is written.
+            std::pair<Send, std::wstring> const later[] = {
+                {[](auto& w) { w.onSection(); }, L"Cannot write record 30: Disk full."},
+                {[](auto& w) { w.onComment(L"x"); }, L"Cannot write record 17: Disk full."},
+                {[](auto& w) { w.onContext(NCContext()); }, L"Cannot write record 24: Disk full."},
+                {[](auto& w) { w.onTool(NCTool()); }, L"Cannot write record 1033: Disk full."},
+                {[](auto& w) { w.onOpen(); }, L"Cannot write the header: Disk full."},
+                {[](auto& w) { w.onClose(); }, L"Cannot flush the output: Disk full."},
+            };
+            for (auto const& [send, message] : later)
+                EXPECT_EQ(ioError([&] { send(writer); }).message, message);
+        }
+        EXPECT_EQ(out.callsAfterFailure, 0u) << "nothing written after the failure, not even by the destructor";
+    }
+}
+
+TEST(CompactNCIWriter, EveryKindOfRecordNamesItselfWhenTheOutputFails)
+{
+    constexpr std::size_t Block = 1 << 20;
+    struct Case {
+        char const* what;
+        std::size_t room; // left in the first block when send starts
+        Send send;
+        IOError error;
+    } const cases[] = {
+        {"a move", 10,
+            [](auto& w) {
+                w.onLinear({1, 2, 3}, 100, 0);
+            },
+            {L"Cannot write record 100: Disk full.", Block - 10}},
+        {"a wide comment cut in its text", 12, [](auto& w) { w.onComment(L"abcdefgh"); },
+            {L"Cannot write record 17: Disk full.", Block - 12}},
+        {"a context", 100, [](auto& w) { w.onContext(NCContext()); },
+            {L"Cannot write record 24: Disk full.", Block - 100}},
+        // Record 1033 (8 bytes) fills the block: the failure comes with the part after it.
+        {"a part of a tool", 8, [](auto& w) { w.onTool(NCTool()); }, {L"Cannot write record 1035: Disk full.", Block}},
+    };
+    for (Case const& c : cases) {
+        SCOPED_TRACE(c.what);
+        FullOutputStream out(0);
+        CompactNCIWriter writer(&out);
+        writer.onOpen();
+        // Comments of 8 + n bytes fill the block up to the room asked for.
+        for (std::size_t left = Block - c.room - header().size(); left != 0;) {
+            std::size_t const size = left > 100'016 ? 100'000 : left - 8;
+            writer.onComment(std::string(size, 'c').c_str());
+            left -= 8 + size;
+        }
+        EXPECT_EQ(ioError([&] { c.send(writer); }), c.error);
+    }
+}
+
+TEST(CompactNCIWriter, AFailureBehindAWriteBehindStreamReachesTheWriter)
+{
+    FullOutputStream file(100'000);
+    WriteBehindOutputStream behind(&file, 64 * 1024, 2);
+    IOError error;
+    {
+        CompactNCIWriter writer(&behind);
+        error = ioError([&] { sendMoves(writer); });
+    }
+    // The thread decides which event learns of the failure; onClose at the latest.
+    EXPECT_TRUE(error.message == L"Cannot write record 100: Disk full."
+        || error.message == L"Cannot flush the output: Disk full.")
+        << error;
+    EXPECT_EQ(ioError([&] { behind.close(); }), (IOError {L"Disk full.", 100'000}));
+    EXPECT_TRUE(file.closed);
+    EXPECT_EQ(file.bytes, movesFile().substr(0, 100'000));
+    EXPECT_EQ(file.callsAfterFailure, 0u);
 }

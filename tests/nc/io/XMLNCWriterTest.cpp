@@ -22,6 +22,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <sstream>
 
@@ -306,7 +307,7 @@ TEST(XMLNCWriter, ToolAttributesFollowTheToolType)
     }
 }
 
-TEST(XMLNCWriter, CloseFlagAndOutputFailures)
+TEST(XMLNCWriter, OnCloseFlushesAndClosesTheStreamOnlyWhenAsked)
 {
     for (bool closeStream : {false, true}) {
         TestSupport::RecordingOutputStream out;
@@ -319,15 +320,69 @@ TEST(XMLNCWriter, CloseFlagAndOutputFailures)
         EXPECT_EQ(out.calls, calls);
         EXPECT_TRUE(out.bytes.ends_with("</meta>\n<section>\n</section>\n</nc>\n"));
     }
+}
 
-    TestSupport::RecordingOutputStream failing;
-    XMLNCWriter writer(&failing);
-    EXPECT_TRUE(writer.onOpen()); // still in the buffer
-    failing.failing = true;
-    EXPECT_FALSE(writer.onClose());
-    EXPECT_FALSE(writer.onRapid({1, 2, 3}, 0));
-    EXPECT_FALSE(writer.onStock({}, {})); // events without an element refuse as well
-    EXPECT_FALSE(writer.getResult());
+// The writer hands blocks of 64 KiB to its output. The document here: the start (167 bytes),
+// 5000 lines "<linear to='1 2 3' feed='100'/>" of 32 bytes each and "</nc>" (160173 bytes).
+TEST(XMLNCWriter, AFailedOutputIsAnIOExceptionNamingTheElementAndItsOffset)
+{
+    constexpr int Lines = 5000;
+    auto send = [](XMLNCWriter& writer) {
+        writer.onOpen();
+        for (int i = 0; i < Lines; ++i)
+            writer.onLinear({1, 2, 3}, 100, 0);
+        writer.onClose();
+    };
+    MemoryOutputStream reference;
+    {
+        XMLNCWriter writer(&reference);
+        writer.setTimestamp(Timestamp);
+        send(writer);
+    }
+    std::string const& whole = reference.getData();
+    ASSERT_EQ(whole.size(), 167u + 32 * Lines + 6);
+
+    using TestSupport::IOError;
+    // A failure within a block surfaces at the line that does not fit into it: within the first,
+    // the line at 167 + 32 * 2042 = 65511; within the second, the one at 167 + 32 * 4090.
+    IOError const first {L"Cannot write element <linear>: Disk full.", 65511};
+    IOError const atClose {L"Cannot flush the output: Disk full.", whole.size()};
+    struct Case {
+        char const* what;
+        std::size_t capacity; // bytes the output takes
+        bool closeStream;
+        IOError error;
+    } const cases[] = {
+        {"first byte", 0, false, first},
+        {"inside the declaration", 10, false, first},
+        {"last byte of the first block", 65535, false, first},
+        {"first byte of the second block", 65536, false, {L"Cannot write element <linear>: Disk full.", 131047}},
+        {"last byte, at close", whole.size() - 1, false, atClose},
+        {"last byte, at close, closing the stream", whole.size() - 1, true, atClose},
+        {"mid-program, closing the stream", 100, true, first},
+    };
+    for (Case const& c : cases) {
+        SCOPED_TRACE(c.what);
+        TestSupport::FullOutputStream out(c.capacity);
+        {
+            XMLNCWriter writer(&out, c.closeStream);
+            writer.setTimestamp(Timestamp);
+            EXPECT_EQ(TestSupport::ioError([&] { send(writer); }), c.error);
+            EXPECT_EQ(out.bytes, whole.substr(0, c.capacity)) << "what fits, in order";
+            // From then on every element fails the same way; an event without one goes on.
+            std::pair<std::function<void()>, std::wstring> const later[] = {
+                {[&] { writer.onOpen(); }, L"Cannot write the start of the document: Disk full."},
+                {[&] { writer.onSection(); }, L"Cannot write element <section>: Disk full."},
+                {[&] { writer.onComment("x"); }, L"Cannot write element <comment>: Disk full."},
+                {[&] { writer.onClose(); }, L"Cannot write element </nc>: Disk full."},
+            };
+            for (auto const& [event, message] : later)
+                EXPECT_EQ(TestSupport::ioError(event).message, message);
+            EXPECT_TRUE(writer.onStock({}, {}));
+        }
+        EXPECT_EQ(out.callsAfterFailure, 0u) << "nothing written after the failure, not even by the destructor";
+        EXPECT_EQ(out.closed, c.closeStream) << "a stream the writer is to close is closed whatever happened";
+    }
 }
 
 TEST(XMLNCWriter, DateIsTheClockUnlessFixed)

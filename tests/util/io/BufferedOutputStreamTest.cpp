@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+
 using namespace Quarn;
 using namespace Quarn::TestSupport;
 using Calls = std::vector<std::string>;
@@ -98,12 +100,55 @@ TEST(BufferedOutputStream, DestructorFlushesAndSwallowsSinkErrors)
         out.writeBytes("abc", 3);
     }
     EXPECT_EQ(sink.bytes, "abc");
+    EXPECT_EQ(sink.calls, (Calls {"w3", "f"}));
     sink.failing = true;
     {
         BufferedOutputStream out(&sink, 8);
-        out.writeBytes("abcdefg", 7);
-        EXPECT_EQ(ioError([&] { out.writeBytes("hi", 2); }), (IOError{L"Disk full.", {}}));
-        out.writeBytes("z", 1); // the failed block is not offered again, only this
+        out.writeBytes("abc", 3);
+        EXPECT_EQ(ioError([&] { out.flush(); }), (IOError {L"Disk full.", {}}));
+        EXPECT_EQ(out.getPosition(), 3u);
     }
-    EXPECT_EQ(sink.calls, (Calls{"w3", "f", "w8", "w1"}));
+    EXPECT_EQ(sink.calls, (Calls {"w3", "f", "w3"})) << "a failed stream does not flush on destruction";
+}
+
+TEST(BufferedOutputStream, AFailureOfTheSinkComesBackFromEveryLaterCall)
+{
+    IOError const full {L"Disk full.", {}};
+    struct Case {
+        char const* what;
+        std::function<void(BufferedOutputStream&)> fail;
+        Calls calls; // of the sink up to the failure
+    } const cases[] = {
+        {"topping up the buffer", [](auto& out) { out.writeBytes("abcde", 5), out.writeBytes("fghi", 4); }, {"w8"}},
+        {"a field across the buffer's end", [](auto& out) { out.writeBytes("abcdefg", 7), out.writeUInt16(1); },
+            {"w8"}},
+        {"a large write", [](auto& out) { out.writeBytes("abcdefghijklmnop", 16); }, {"w16"}},
+        {"the buffer before a large write",
+            [](auto& out) { out.writeUInt8(1), out.writeBytes("abcdefghijklmnop", 16); }, {"w1"}},
+        {"flushing", [](auto& out) { out.writeUInt8(1), out.flush(); }, {"w1"}},
+    };
+    for (Case const& c : cases) {
+        SCOPED_TRACE(c.what);
+        RecordingOutputStream sink;
+        sink.failing = true;
+        {
+            BufferedOutputStream out(&sink, 8);
+            EXPECT_EQ(ioError([&] { c.fail(out); }), full);
+            EXPECT_TRUE(out.hasFailed());
+            // The output has a hole now: nothing more may reach the sink, however small.
+            EXPECT_EQ(ioError([&] { out.writeUInt8(1); }), full);
+            EXPECT_EQ(ioError([&] { out.writeBytes("abcdefghijklmnop", 16); }), full);
+            EXPECT_EQ(out.claim(1), nullptr);
+            EXPECT_EQ(ioError([&] { out.flush(); }), full);
+            BufferedOutputStream copy(out);
+            EXPECT_EQ(ioError([&] { copy.writeUInt8(1); }), full) << "a copy has failed as well";
+            EXPECT_EQ(sink.calls, c.calls);
+            // Closing still closes the sink, and says why the output is incomplete.
+            EXPECT_EQ(ioError([&] { out.close(); }), full);
+            out.close();
+        }
+        Calls closed = c.calls;
+        closed.push_back("c");
+        EXPECT_EQ(sink.calls, closed);
+    }
 }

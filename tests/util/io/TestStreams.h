@@ -1,5 +1,5 @@
-// Helpers of the byte-stream tests: a stingy source, a recording sink, a temporary file, the
-// IOException an action throws, and a block of fields in little-endian bytes.
+// Helpers of the byte-stream tests: a stingy source, a recording sink, a sink that fills up, a
+// temporary file, the IOException an action throws, and a block of fields in little-endian bytes.
 #pragma once
 
 #include "util/utility/IOException.h"
@@ -56,6 +56,49 @@ public:
     std::vector<std::string> calls;
     std::string bytes;
     bool failing = false;
+};
+
+// A device that holds capacity bytes: the write that goes past them keeps what fits and throws
+// IOException "Disk full." at the output's length, as does every later write and flush. Counts
+// the writes and flushes that still reach it after the first failure: a writer must make none.
+class FullOutputStream final : public OutputStream {
+public:
+    explicit FullOutputStream(std::size_t capacity) : capacity(capacity) { }
+
+    void write(void const* data, std::size_t size) override
+    {
+        if (full)
+            callAfterFailure();
+        std::size_t const fits = std::min(size, capacity - bytes.size());
+        bytes.append(static_cast<char const*>(data), fits);
+        if (fits < size)
+            fail();
+    }
+    void flush() override
+    {
+        if (full)
+            callAfterFailure();
+    }
+    void close() override { closed = true; }
+
+    std::string bytes;
+    std::size_t callsAfterFailure = 0;
+    bool full = false;
+    bool closed = false;
+
+private:
+    [[noreturn]] void callAfterFailure()
+    {
+        ++callsAfterFailure;
+        fail();
+    }
+    [[noreturn]] void fail()
+    {
+        full = true;
+        throw IOException(L"Disk full.", bytes.size());
+    }
+
+    std::size_t capacity;
 };
 
 // A unique path in the temporary directory; the file is removed when the object goes.

@@ -69,8 +69,75 @@ TEST(Unicode, UnpairedSurrogatesAndInvalidCodePointsBecomeReplacements)
     for (auto const& c : cases)
         EXPECT_EQ(Unicode::fromUTF16(c.utf16), c.text);
 
-    std::wstring const invalid = {static_cast<wchar_t>(0xD800), static_cast<wchar_t>(0x110000), L'x'};
-    EXPECT_EQ(Unicode::toUTF8(invalid), "\xEF\xBF\xBD\xEF\xBF\xBDx");
-    EXPECT_EQ(Unicode::toUTF16(invalid), (std::u16string {0xFFFD, 0xFFFD, u'x'}));
-    EXPECT_EQ(Unicode::getUTF16Length(invalid), 3u);
+    // A wide text that cannot hold U+110000 (16-bit wchar_t) has no such unit to test.
+    if constexpr (sizeof(wchar_t) == 4) {
+        std::wstring const invalid = {static_cast<wchar_t>(0xD800), static_cast<wchar_t>(0x110000), L'x', wchar_t(-1)};
+        EXPECT_EQ(Unicode::toUTF8(invalid), "\xEF\xBF\xBD\xEF\xBF\xBDx\xEF\xBF\xBD");
+        EXPECT_EQ(Unicode::toUTF16(invalid), (std::u16string {0xFFFD, 0xFFFD, u'x', 0xFFFD}));
+        EXPECT_EQ(Unicode::getUTF16Length(invalid), 4u);
+    }
+}
+
+// The width of a unit decides its encoding: both widths are tested through char16_t and char32_t,
+// whichever wchar_t is here.
+TEST(Unicode, CodePointsOfUnitsOfEitherWidth)
+{
+    struct Case {
+        char32_t code;
+        std::u16string utf16;
+    } const cases[] = {
+        {U'A', u"A"},
+        {0xFFFF, {0xFFFF}},
+        {0x10000, {0xD800, 0xDC00}},
+        {0x1F600, {0xD83D, 0xDE00}},
+        {0x10FFFF, {0xDBFF, 0xDFFF}},
+        {0xD800, {0xFFFD}}, // not a scalar value: appended as U+FFFD
+        {0x110000, {0xFFFD}},
+    };
+    for (Case const& c : cases) {
+        char32_t const expected = Unicode::isScalarValue(c.code) ? c.code : Unicode::Replacement;
+        std::u16string utf16;
+        Unicode::appendCodePoint(utf16, c.code);
+        EXPECT_EQ(utf16, c.utf16) << std::hex << std::uint32_t {c.code};
+        std::u32string utf32;
+        Unicode::appendCodePoint(utf32, c.code);
+        EXPECT_EQ(utf32, std::u32string(1, expected)) << std::hex << std::uint32_t {c.code};
+
+        std::size_t at = 0;
+        EXPECT_EQ(Unicode::nextCodePoint(std::u16string_view(utf16), at), expected);
+        EXPECT_EQ(at, utf16.size());
+        at = 0;
+        EXPECT_EQ(Unicode::nextCodePoint(std::u32string_view(utf32), at), expected);
+        EXPECT_EQ(at, 1u);
+
+        // wchar_t is encoded as the unit of its width.
+        std::wstring wide;
+        Unicode::appendCodePoint(wide, c.code);
+        if constexpr (sizeof(wchar_t) == 2)
+            EXPECT_EQ(wide, std::wstring(c.utf16.begin(), c.utf16.end()));
+        else
+            EXPECT_EQ(wide, std::wstring(1, static_cast<wchar_t>(expected)));
+        EXPECT_EQ(Unicode::toUTF16(wide), c.utf16);
+        EXPECT_EQ(Unicode::getUTF16Length(wide), c.utf16.size());
+    }
+
+    // Units that are no code point read as one U+FFFD each and do not swallow what follows.
+    struct Bad {
+        std::u16string utf16;
+        std::u32string utf32;
+        std::u32string read;
+    } const bad[] = {
+        {{0xD83D, u'x'}, {0xD83D, U'x'}, {0xFFFD, U'x'}},
+        {{0xDE00, 0xD83D}, {0xDE00, 0xD83D}, {0xFFFD, 0xFFFD}},
+        {{u'x', 0xD83D}, {U'x', 0x110000}, {U'x', 0xFFFD}},
+    };
+    for (Bad const& b : bad) {
+        std::u32string fromUTF16, fromUTF32;
+        for (std::size_t at = 0; at < b.utf16.size();)
+            fromUTF16.push_back(Unicode::nextCodePoint(std::u16string_view(b.utf16), at));
+        for (std::size_t at = 0; at < b.utf32.size();)
+            fromUTF32.push_back(Unicode::nextCodePoint(std::u32string_view(b.utf32), at));
+        EXPECT_EQ(fromUTF16, b.read);
+        EXPECT_EQ(fromUTF32, b.read);
+    }
 }

@@ -19,7 +19,8 @@ BufferedOutputStream::BufferedOutputStream(OutputStream* sink, std::size_t buffe
 BufferedOutputStream::BufferedOutputStream(BufferedOutputStream const& other)
     : OutputStream(other), sink(other.sink), capacity(other.capacity),
       buffer(std::make_unique_for_overwrite<unsigned char[]>(capacity)), current(buffer.get()),
-      limit(buffer.get() + (other.open ? capacity : 0)), written(other.getPosition()), open(other.open)
+      limit(buffer.get() + (other.open && !other.failure ? capacity : 0)), written(other.getPosition()),
+      open(other.open), failure(other.failure)
 {
 }
 
@@ -27,7 +28,7 @@ BufferedOutputStream& BufferedOutputStream::operator=(BufferedOutputStream const
 {
     if (this == &other)
         return *this;
-    if (open)
+    if (open && !failure)
         writeBuffer();
     if (capacity != other.capacity) {
         buffer = std::make_unique_for_overwrite<unsigned char[]>(other.capacity);
@@ -35,15 +36,16 @@ BufferedOutputStream& BufferedOutputStream::operator=(BufferedOutputStream const
     }
     sink = other.sink;
     current = buffer.get();
-    limit = buffer.get() + (other.open ? capacity : 0);
+    limit = buffer.get() + (other.open && !other.failure ? capacity : 0);
     written = other.getPosition();
     open = other.open;
+    failure = other.failure;
     return *this;
 }
 
 BufferedOutputStream::~BufferedOutputStream()
 {
-    if (!open)
+    if (!open || failure)
         return;
     try {
         flush();
@@ -56,8 +58,15 @@ void BufferedOutputStream::flush()
 {
     if (!open)
         throw IOException(L"Stream is closed.", getPosition());
+    rethrowFailure();
     writeBuffer();
-    sink->flush();
+    try {
+        sink->flush();
+    } catch (...) {
+        failure = std::current_exception();
+        limit = buffer.get();
+        throw;
+    }
 }
 
 void BufferedOutputStream::close()
@@ -65,8 +74,19 @@ void BufferedOutputStream::close()
     if (!open)
         return;
     open = false;
+    try {
+        rethrowFailure();
+        writeBuffer();
+    } catch (...) {
+        limit = current = buffer.get();
+        try {
+            sink->close();
+        } catch (...) {
+            // The first failure is the one to report.
+        }
+        throw;
+    }
     limit = buffer.get();
-    writeBuffer();
     sink->close();
 }
 
@@ -79,11 +99,12 @@ void BufferedOutputStream::writeSlow(void const* data, std::size_t size)
 {
     if (!open)
         throw IOException(L"Stream is closed.", getPosition());
+    rethrowFailure();
     auto const* from = static_cast<unsigned char const*>(data);
     if (size >= capacity) {
         writeBuffer();
         written += size;
-        sink->write(from, size);
+        toSink(from, size);
         return;
     }
     // Top up the buffer so the sink gets whole blocks; the rest fits into the emptied buffer.
@@ -104,7 +125,24 @@ void BufferedOutputStream::writeBuffer()
     // bytes again by a later flush.
     current = buffer.get();
     written += size;
-    sink->write(buffer.get(), size);
+    toSink(buffer.get(), size);
+}
+
+void BufferedOutputStream::toSink(void const* data, std::size_t size)
+{
+    try {
+        sink->write(data, size);
+    } catch (...) {
+        failure = std::current_exception();
+        limit = buffer.get();
+        throw;
+    }
+}
+
+void BufferedOutputStream::rethrowFailure() const
+{
+    if (failure)
+        std::rethrow_exception(failure);
 }
 
 } // namespace Quarn

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <exception>
 #include <memory>
 
 namespace Quarn {
@@ -14,6 +15,10 @@ namespace Quarn {
 // Collects bytes in a buffer of bufferSize bytes and hands them to the sink in blocks; writes of
 // at least a buffer's size go to the sink directly. A copy writes into the same sink through a
 // buffer of its own, so flush before copying to keep the bytes in order.
+//
+// A failure of the sink (an exception from its write or flush) is thrown to the caller, and again
+// by every later write, flush and close: the output has a hole, so nothing more is written into
+// the sink; close still closes it. The bytes of a failed block count as written (getPosition).
 class QUARN_NC_EXPORT BufferedOutputStream final : public OutputStream {
 public:
     static constexpr std::size_t DefaultBufferSize = 256 * 1024;
@@ -23,7 +28,7 @@ public:
     BufferedOutputStream(BufferedOutputStream const& other);
     // Writes this stream's buffer into its sink before taking over the other's sink and position.
     BufferedOutputStream& operator=(BufferedOutputStream const& other);
-    // Flushes, ignoring errors; call flush() or close() first to see them.
+    // Flushes, ignoring errors, unless the sink failed; call flush() or close() first to see them.
     ~BufferedOutputStream() override;
 
     void writeUInt8(std::uint8_t value)
@@ -75,10 +80,12 @@ public:
     void write(void const* data, std::size_t size) override { writeBytes(data, size); }
     // Writes the buffer into the sink and flushes the sink.
     void flush() override;
-    // Writes the buffer into the sink and closes the sink; later writes throw IOException
-    // "Stream is closed.". Idempotent.
+    // Writes the buffer into the sink and closes the sink, even when the buffer cannot be written;
+    // later writes throw IOException "Stream is closed.". Idempotent.
     void close() override;
     bool isOpen() const override;
+    // True once the sink failed.
+    bool hasFailed() const noexcept { return failure != nullptr; }
 
     // Bytes written by the caller.
     std::uint64_t getPosition() const noexcept
@@ -105,14 +112,20 @@ private:
     void writeSlow(void const* data, std::size_t size);
     // Hands the buffered bytes to the sink and empties the buffer.
     void writeBuffer();
+    // Writes into the sink; a failure is kept, so that it is thrown again, and thrown.
+    void toSink(void const* data, std::size_t size);
+    // Throws the kept failure, if any.
+    void rethrowFailure() const;
 
     SafePointer<OutputStream> sink;
     std::size_t capacity;
     std::unique_ptr<unsigned char[]> buffer;
     unsigned char* current;
-    unsigned char* limit; // the buffer's end, or its start once closed so that writes go the slow way
+    // The buffer's end, or its start once closed or failed so that writes go the slow way.
+    unsigned char* limit;
     std::uint64_t written; // bytes handed to the sink
     bool open = true;
+    std::exception_ptr failure;
 };
 
 } // namespace Quarn

@@ -10,6 +10,7 @@
 
 namespace Quarn {
 
+// Failures of the sink are BufferedOutputStream's: thrown, and thrown again by every later write.
 class QUARN_NC_EXPORT TextOutputStream final {
 public:
     static constexpr std::size_t DefaultBufferSize = 64 * 1024;
@@ -48,6 +49,9 @@ public:
 
     // Writes the buffer into the sink and flushes the sink.
     void flush() { out.flush(); }
+
+    // Bytes written by the caller.
+    std::uint64_t getPosition() const noexcept { return out.getPosition(); }
 
 private:
     BufferedOutputStream out;
