@@ -9,8 +9,8 @@ namespace Quarn {
 
 namespace {
 
-std::wstring const SectionSeparator(80, L'=');
-std::wstring const GroupSeparator(80, L'-');
+std::string const SectionSeparator(80, '=');
+std::string const GroupSeparator(80, '-');
 
 // The text of a coordinate system on the "work" and "WCS" lines: its origin and its plane.
 std::wstring systemText(Vector3D const& origin, Matrix3x3 const& plane)
@@ -26,44 +26,48 @@ LogNCStream::~LogNCStream() = default;
 
 bool LogNCStream::open(std::wstring const& fileName) { return log.open(fileName, FileLog::Create); }
 
-void LogNCStream::write(std::wstring_view format, std::initializer_list<Variant> arguments)
+// Lines are formed in UTF-8 straight away, in one buffer kept for every line: the log file is
+// UTF-8, and a line per move must cost no allocation. Texts are borrowed for the one line.
+void LogNCStream::substituteAndWrite(std::wstring_view format, std::initializer_list<Variant> arguments)
 {
+    if (!log.isOpen())
+        return;
     line.clear();
-    Variant::appendSubstitution(line, format, std::span<Variant const>(arguments.begin(), arguments.size()));
-    log.writeLine(line);
+    Variant::appendSubstitutionAsUTF8(line, format, std::span<Variant const>(arguments.begin(), arguments.size()));
+    log.writeUTF8Line(line);
 }
 
-void LogNCStream::writeSectionSeparator() { log.writeLine(SectionSeparator); }
+void LogNCStream::writeSectionSeparator() { log.writeUTF8Line(SectionSeparator); }
 
-void LogNCStream::writeGroupSeparator() { log.writeLine(GroupSeparator); }
+void LogNCStream::writeGroupSeparator() { log.writeUTF8Line(GroupSeparator); }
 
 bool LogNCStream::passThrough(wchar_t const* text)
 {
-    write(L"LogNCStream::passThrough(): comment:L'%1'", {text});
+    write(L"LogNCStream::passThrough(): comment:L'%1'", {Variant::borrow(text)});
     return next->passThrough(text);
 }
 
 bool LogNCStream::passThrough(char const* text)
 {
-    write(L"LogNCStream::passThrough(): comment:'%1'", {text});
+    write(L"LogNCStream::passThrough(): comment:'%1'", {Variant::borrow(text)});
     return next->passThrough(text);
 }
 
 bool LogNCStream::onComment(wchar_t const* comment)
 {
-    write(L"LogNCStream::onComment(): comment:L'%1'", {comment});
+    write(L"LogNCStream::onComment(): comment:L'%1'", {Variant::borrow(comment)});
     return next->onComment(comment);
 }
 
 bool LogNCStream::onComment(char const* comment)
 {
-    write(L"LogNCStream::onComment(): comment:'%1'", {comment});
+    write(L"LogNCStream::onComment(): comment:'%1'", {Variant::borrow(comment)});
     return next->onComment(comment);
 }
 
 bool LogNCStream::onCommand(Command command)
 {
-    write(L"LogNCStream::onCommand(): command:%1 id:%2", {getCommandName(command), number(command)});
+    write(L"LogNCStream::onCommand(): command:%1 id:%2", {Variant::borrow(getCommandName(command)), number(command)});
     return next->onCommand(command);
 }
 
@@ -106,31 +110,31 @@ bool LogNCStream::onOpen()
 
 bool LogNCStream::onParameter(char const* name, Point3D const& value)
 {
-    write(L"LogNCStream::onParameter(): name:'%1' value:'%2'", {name, value.getAsString()});
+    write(L"LogNCStream::onParameter(): name:'%1' value:'%2'", {Variant::borrow(name), value.toVector()});
     return next->onParameter(name, value);
 }
 
 bool LogNCStream::onParameter(char const* name, double value)
 {
-    write(L"LogNCStream::onParameter(): name:'%1' value:'%2'", {name, value});
+    write(L"LogNCStream::onParameter(): name:'%1' value:'%2'", {Variant::borrow(name), value});
     return next->onParameter(name, value);
 }
 
 bool LogNCStream::onParameter(char const* name, int value)
 {
-    write(L"LogNCStream::onParameter(): name:'%1' value:'%2'", {name, value});
+    write(L"LogNCStream::onParameter(): name:'%1' value:'%2'", {Variant::borrow(name), value});
     return next->onParameter(name, value);
 }
 
 bool LogNCStream::onParameter(char const* name, wchar_t const* value)
 {
-    write(L"LogNCStream::onParameter(): name:'%1' value:'%2'", {name, value});
+    write(L"LogNCStream::onParameter(): name:'%1' value:'%2'", {Variant::borrow(name), Variant::borrow(value)});
     return next->onParameter(name, value);
 }
 
 bool LogNCStream::onParameter(char const* name, char const* value)
 {
-    write(L"LogNCStream::onParameter(): name:'%1' value:'%2'", {name, value});
+    write(L"LogNCStream::onParameter(): name:'%1' value:'%2'", {Variant::borrow(name), Variant::borrow(value)});
     return next->onParameter(name, value);
 }
 
@@ -145,7 +149,7 @@ bool LogNCStream::onContext(NCContext const& c)
     write(L"LogNCStream::onContext(): force tool change:%1", {c.getForceToolChange()});
     write(L"LogNCStream::onContext(): optional:%1", {c.isOptional()});
     write(L"LogNCStream::onContext(): disjoint:%1", {c.isDisjoint()});
-    write(L"LogNCStream::onContext(): work name:%1", {c.getWorkName()});
+    write(L"LogNCStream::onContext(): work name:%1", {Variant::borrow(c.getWorkName())});
     write(L"LogNCStream::onContext(): work:%1", {systemText(c.getOrigin(), c.getPlane())});
     write(L"LogNCStream::onContext(): WCS:%1", {systemText(c.getWCSOrigin(), c.getWCSPlane())});
     write(L"LogNCStream::onContext(): work offset:%1", {c.getWorkOffset()});
@@ -205,7 +209,7 @@ bool LogNCStream::onSection()
 bool LogNCStream::onGroup(char const* uri)
 {
     writeGroupSeparator();
-    write(L"LogNCStream::onGroup(): uri:'%1'", {uri});
+    write(L"LogNCStream::onGroup(): uri:'%1'", {Variant::borrow(uri)});
     return next->onGroup(uri);
 }
 

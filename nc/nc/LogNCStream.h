@@ -5,6 +5,7 @@
 #include "util/utility/FileLog.h"
 #include "util/utility/text/Variant.h"
 
+#include <cstddef>
 #include <initializer_list>
 #include <string>
 
@@ -71,12 +72,17 @@ public:
     bool onClose() override;
 
 private:
-    void write(std::wstring_view format, std::initializer_list<Variant> arguments);
+    // Takes the template as an array, so that its length is not counted for every line.
+    template <std::size_t N> void write(wchar_t const (&format)[N], std::initializer_list<Variant> arguments)
+    {
+        substituteAndWrite(std::wstring_view(format, N - 1), arguments);
+    }
+    void substituteAndWrite(std::wstring_view format, std::initializer_list<Variant> arguments);
     void writeSectionSeparator();
     void writeGroupSeparator();
 
     FileLog log;
-    std::wstring line; // reused for every line
+    std::string line; // UTF-8, reused for every line
 };
 
 } // namespace Quarn

@@ -1,4 +1,5 @@
-// FileLog: create and append, copies sharing one file, failures remembered instead of thrown.
+// FileLog: create and append, copies sharing one file, a caller's stream, failures remembered
+// instead of thrown.
 #include "util/utility/FileLog.h"
 
 #include "tests/support/AssertionCapture.h"
@@ -72,4 +73,41 @@ TEST(FileLog, FailuresAreReturnedOrRememberedNeverThrown)
     EXPECT_FALSE(log.hasFailed());
     log.flush();
     EXPECT_TRUE(log.hasFailed());
+}
+
+TEST(FileLog, WritesThroughACallersStreamAndLeavesItOpen)
+{
+    RecordingOutputStream stream;
+    FileLog log;
+    log.open(&stream);
+    ASSERT_TRUE(log.isOpen());
+    log.writeLine(L"wide \u00E9 \U0001F600");
+    log.writeUTF8Line("narrow \xC3\xA9");
+    EXPECT_TRUE(stream.calls.empty()); // buffered until flushed
+    log.flush();
+    EXPECT_EQ(stream.bytes, "wide \xC3\xA9 \xF0\x9F\x98\x80\nnarrow \xC3\xA9\n");
+    EXPECT_EQ(stream.calls, (std::vector<std::string> {"w23", "f"}));
+
+    // A long log reaches the stream in large blocks before any flush.
+    std::string const line(999, 'x');
+    for (int i = 0; i < 100; ++i)
+        log.writeUTF8Line(line);
+    EXPECT_EQ(stream.calls.size(), 3u);
+    EXPECT_EQ(stream.bytes.size(), 23u + 66 * 1000);
+    FileLog copy = log;
+    copy.close();
+    EXPECT_FALSE(log.isOpen());
+    EXPECT_EQ(stream.bytes.size(), 23u + 100 * 1000);
+    EXPECT_EQ(stream.calls.back(), "f"); // flushed, never closed: the stream is the caller's
+
+    stream.failing = true;
+    log.open(&stream);
+    log.writeLine(L"lost");
+    log.flush();
+    EXPECT_TRUE(log.hasFailed());
+
+    AssertionCapture capture;
+    log.open(static_cast<OutputStream*>(nullptr));
+    EXPECT_FALSE(log.isOpen());
+    EXPECT_EQ(capture.texts(), std::vector<std::string> {"EXPECTS:stream"});
 }

@@ -1,4 +1,4 @@
-// FileLog: a shared, buffered file output stream whose exceptions become a failure flag.
+// FileLog: a shared, buffered output stream whose exceptions become a failure flag.
 #include "util/utility/FileLog.h"
 
 #include "util/utility/Debug.h"
@@ -6,7 +6,7 @@
 #include "util/utility/io/FileOutputStream.h"
 #include "util/utility/text/Unicode.h"
 
-#include <optional>
+#include <memory>
 
 namespace Quarn {
 
@@ -16,7 +16,8 @@ constexpr std::size_t FlushSize = 64 * 1024;
 } // namespace
 
 struct FileLog::File {
-    std::optional<FileOutputStream> stream;
+    std::unique_ptr<FileOutputStream> owned; // the log's own file, when it opened one
+    OutputStream* stream = nullptr;
     std::string buffer;
     bool failed = false;
 
@@ -43,16 +44,22 @@ struct FileLog::File {
         }
     }
 
+    // A caller's stream is flushed and left open; the log's own file is closed.
     void close() noexcept
     {
+        if (!owned) {
+            flush();
+            stream = nullptr;
+            return;
+        }
         writeBuffer();
         try {
-            if (stream)
-                stream->close();
+            owned->close();
         } catch (IOException const&) {
             failed = true;
         }
-        stream.reset();
+        owned.reset();
+        stream = nullptr;
     }
 
     ~File() { close(); }
@@ -71,12 +78,24 @@ bool FileLog::open(std::wstring const& fileName, int mode)
         return false;
     auto opened = std::make_shared<File>();
     try {
-        opened->stream.emplace(fileName, mode == Append ? FileOutputStream::Append : FileOutputStream::Create);
+        opened->owned = std::make_unique<FileOutputStream>(
+            fileName, mode == Append ? FileOutputStream::Append : FileOutputStream::Create);
     } catch (IOException const&) {
         return false;
     }
+    opened->stream = opened->owned.get();
     file = std::move(opened);
     return true;
+}
+
+void FileLog::open(OutputStream* stream)
+{
+    QUARN_EXPECTS(stream);
+    file.reset();
+    if (!stream)
+        return;
+    file = std::make_shared<File>();
+    file->stream = stream;
 }
 
 bool FileLog::isOpen() const noexcept
@@ -89,6 +108,16 @@ void FileLog::writeLine(std::wstring_view line)
     if (!isOpen())
         return;
     Unicode::appendUTF8(file->buffer, line);
+    file->buffer.push_back('\n');
+    if (file->buffer.size() >= FlushSize)
+        file->writeBuffer();
+}
+
+void FileLog::writeUTF8Line(std::string_view line)
+{
+    if (!isOpen())
+        return;
+    file->buffer.append(line);
     file->buffer.push_back('\n');
     if (file->buffer.size() >= FlushSize)
         file->writeBuffer();

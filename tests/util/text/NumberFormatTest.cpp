@@ -9,6 +9,7 @@
 #include <cstring>
 #include <limits>
 #include <random>
+#include <string_view>
 
 using namespace Quarn;
 
@@ -38,6 +39,23 @@ TEST(NumberFormat, Texts)
     }
     EXPECT_EQ(NumberFormat::toWString(std::numeric_limits<std::int64_t>::min()), L"-9223372036854775808");
     EXPECT_EQ(NumberFormat::toWString(std::numeric_limits<std::uint64_t>::max()), L"18446744073709551615");
+}
+
+TEST(NumberFormat, WholeNumbersGiveTheTextOfTheGeneralForm)
+{
+    // Whole numbers below 100000 take a shortcut; its text must be std::to_chars's, up to and
+    // across the point where the scientific form becomes shorter ("1e+05").
+    for (int i = -100001; i <= 100001; ++i) {
+        for (double value : {static_cast<double>(i), std::nextafter(static_cast<double>(i), 0.0)}) {
+            char expected[NumberFormat::MaxDoubleLength];
+            char actual[NumberFormat::MaxDoubleLength];
+            auto end = std::to_chars(expected, expected + sizeof expected, value).ptr;
+            ASSERT_EQ(
+                std::string_view(actual, NumberFormat::formatShortest(value, actual)), std::string_view(expected, end));
+        }
+    }
+    EXPECT_EQ(NumberFormat::toString(100000.0), "1e+05");
+    EXPECT_EQ(NumberFormat::toString(-99999.0), "-99999");
 }
 
 namespace {

@@ -13,6 +13,14 @@ std::size_t NumberFormat::formatShortest(double value, char* buffer) noexcept
         std::memcpy(buffer, "nan", 3);
         return 3;
     }
+    // Whole numbers of up to five digits (feeds, speeds, unit vectors) skip the shortest-digits
+    // search: their plain digits are what it gives, fixed notation being no longer than
+    // scientific below 100000. -0 keeps its sign through the general path.
+    if (value > -100000.0 && value < 100000.0) {
+        auto whole = static_cast<std::int32_t>(value);
+        if (static_cast<double>(whole) == value && (whole != 0 || !std::signbit(value)))
+            return static_cast<std::size_t>(std::to_chars(buffer, buffer + MaxDoubleLength, whole).ptr - buffer);
+    }
     auto result = std::to_chars(buffer, buffer + MaxDoubleLength, value);
     return static_cast<std::size_t>(result.ptr - buffer);
 }

@@ -48,7 +48,31 @@ public:
     Variant(Quarn::Vector3D const& vector) noexcept : value(vector) { }
     Variant(Quarn::Matrix3x3 const& matrix) noexcept : value(matrix) { }
 
-    Type getType() const noexcept { return static_cast<Type>(value.index()); }
+    // Refers to text without copying it, for the arguments of a line formed at once: the text
+    // must outlive the Variant and its copies. The kind is String or WString as for a copy; a
+    // null pointer is a failed precondition and is taken as "".
+    static Variant borrow(char const* text) noexcept;
+    static Variant borrow(std::string_view text) noexcept
+    {
+        return Variant(Value(std::in_place_type<std::string_view>, text));
+    }
+    static Variant borrow(wchar_t const* text) noexcept;
+    static Variant borrow(std::wstring_view text) noexcept
+    {
+        return Variant(Value(std::in_place_type<std::wstring_view>, text));
+    }
+
+    Type getType() const noexcept
+    {
+        switch (value.index()) {
+        case BorrowedString:
+            return Type::String;
+        case BorrowedWString:
+            return Type::WString;
+        default:
+            return static_cast<Type>(value.index());
+        }
+    }
 
     // Typed getters. Asking for another kind is a failed precondition and yields a zero value.
     std::int64_t getInteger() const noexcept;
@@ -56,8 +80,8 @@ public:
     std::uint64_t getUnsigned() const noexcept;
     bool getBool() const noexcept;
     double getDouble() const noexcept;
-    std::string const& getString() const noexcept;
-    std::wstring const& getWString() const noexcept;
+    std::string_view getString() const noexcept;
+    std::wstring_view getWString() const noexcept;
     Quarn::Vector3D getVector3D() const noexcept;
     Quarn::Matrix3x3 getMatrix3x3() const noexcept;
 
@@ -67,6 +91,8 @@ public:
     std::wstring getAsString() const;
     // Appends what getAsString returns, without building it on its own first.
     void appendAsString(std::wstring& out) const;
+    // Appends the same text encoded as UTF-8.
+    void appendAsUTF8(std::string& out) const;
 
     // Replaces "%1".."%9" by the text of argument 1..9, in one pass. "%10" is argument 1 and
     // "0". A placeholder without its argument and a '%' before anything else stay as they are;
@@ -76,13 +102,31 @@ public:
     // The same, appended to out: lets a writer reuse one buffer for every line.
     static void appendSubstitution(
         std::wstring& out, std::wstring_view templateText, std::span<Variant const> arguments);
+    // The same substitution appended to out in UTF-8, for writers of UTF-8 text.
+    static void appendSubstitutionAsUTF8(
+        std::string& out, std::wstring_view templateText, std::span<Variant const> arguments);
 
-    // Same kind and equal value; doubles compare as doubles (nan is unequal to itself).
-    friend bool operator==(Variant const& a, Variant const& b) noexcept = default;
+    // Same kind and equal value; doubles compare as doubles (nan is unequal to itself), texts by
+    // their characters whether copied or borrowed.
+    friend bool operator==(Variant const& a, Variant const& b) noexcept
+    {
+        if (a.getType() != b.getType())
+            return false;
+        if (a.getType() == Type::String)
+            return a.getString() == b.getString();
+        if (a.getType() == Type::WString)
+            return a.getWString() == b.getWString();
+        return a.value == b.value;
+    }
 
 private:
+    // The first eight alternatives are the kinds in the order of Type; borrowed texts follow.
     using Value = std::variant<std::int64_t, std::uint64_t, bool, double, std::string, std::wstring, Quarn::Vector3D,
-        Quarn::Matrix3x3>;
+        Quarn::Matrix3x3, std::string_view, std::wstring_view>;
+    static constexpr std::size_t BorrowedString = 8;
+    static constexpr std::size_t BorrowedWString = 9;
+
+    explicit Variant(Value value) noexcept : value(std::move(value)) { }
 
     template <class T> static Value fromInteger(T value) noexcept
     {
