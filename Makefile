@@ -9,6 +9,8 @@ build/default/build.ninja:
 	cmake --preset default
 
 QUARNNC = build/default/tools/quarnnc/quarnnc
+# The sanitizer and fuzz builds use clang and its sanitizer runtimes.
+CLANG_PACKAGES = clang libclang-rt-14-dev
 
 demo: deps build/default/build.ninja
 	cmake --build --preset default
@@ -22,6 +24,7 @@ test: deps build/default/build.ninja
 	ctest --preset default
 
 test-asan: deps
+	scripts/install-deps.sh $(CLANG_PACKAGES)
 	cmake --preset asan
 	cmake --build --preset asan
 	ctest --preset asan
@@ -32,7 +35,7 @@ test-tsan: deps
 	ctest --preset tsan
 
 fuzz: deps
-	scripts/install-deps.sh clang libclang-rt-14-dev
+	scripts/install-deps.sh $(CLANG_PACKAGES)
 	cmake --preset fuzz
 	cmake --build --preset fuzz
 

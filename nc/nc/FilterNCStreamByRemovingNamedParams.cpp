@@ -5,29 +5,12 @@ namespace Quarn {
 
 FilterNCStreamByRemovingNamedParams::~FilterNCStreamByRemovingNamedParams() = default;
 
-bool FilterNCStreamByRemovingNamedParams::onParameter(char const* name, Point3D const& value)
-{
-    return isNamed(name) || FilterNCStream::onParameter(name, value);
-}
-
-bool FilterNCStreamByRemovingNamedParams::onParameter(char const* name, double value)
-{
-    return isNamed(name) || FilterNCStream::onParameter(name, value);
-}
-
-bool FilterNCStreamByRemovingNamedParams::onParameter(char const* name, int value)
-{
-    return isNamed(name) || FilterNCStream::onParameter(name, value);
-}
-
-bool FilterNCStreamByRemovingNamedParams::onParameter(char const* name, wchar_t const* value)
-{
-    return isNamed(name) || FilterNCStream::onParameter(name, value);
-}
-
-bool FilterNCStreamByRemovingNamedParams::onParameter(char const* name, char const* value)
-{
-    return isNamed(name) || FilterNCStream::onParameter(name, value);
-}
+// `name` below is the parameter's name, so the macro calls the event `event`.
+#define QUARN_NC_PARAMETER(event, parameters, arguments)                                                               \
+    bool FilterNCStreamByRemovingNamedParams::event parameters                                                         \
+    {                                                                                                                  \
+        return isNamed(name) || FilterNCStream::onParameter arguments;                                                 \
+    }
+#include "nc/nc/NCEvents.def"
 
 } // namespace Quarn

@@ -5,29 +5,12 @@ namespace Quarn {
 
 FilterNCStreamToOnlyNamedParams::~FilterNCStreamToOnlyNamedParams() = default;
 
-bool FilterNCStreamToOnlyNamedParams::onParameter(char const* name, Point3D const& value)
-{
-    return !isNamed(name) || FilterNCStreamByCategories::onParameter(name, value);
-}
-
-bool FilterNCStreamToOnlyNamedParams::onParameter(char const* name, double value)
-{
-    return !isNamed(name) || FilterNCStreamByCategories::onParameter(name, value);
-}
-
-bool FilterNCStreamToOnlyNamedParams::onParameter(char const* name, int value)
-{
-    return !isNamed(name) || FilterNCStreamByCategories::onParameter(name, value);
-}
-
-bool FilterNCStreamToOnlyNamedParams::onParameter(char const* name, wchar_t const* value)
-{
-    return !isNamed(name) || FilterNCStreamByCategories::onParameter(name, value);
-}
-
-bool FilterNCStreamToOnlyNamedParams::onParameter(char const* name, char const* value)
-{
-    return !isNamed(name) || FilterNCStreamByCategories::onParameter(name, value);
-}
+// `name` below is the parameter's name, so the macro calls the event `event`.
+#define QUARN_NC_PARAMETER(event, parameters, arguments)                                                               \
+    bool FilterNCStreamToOnlyNamedParams::event parameters                                                             \
+    {                                                                                                                  \
+        return !isNamed(name) || FilterNCStreamByCategories::onParameter arguments;                                    \
+    }
+#include "nc/nc/NCEvents.def"
 
 } // namespace Quarn

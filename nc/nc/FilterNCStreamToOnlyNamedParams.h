@@ -24,11 +24,7 @@ public:
 
 
     using FilterNCStreamByCategories::onParameter;
-    bool onParameter(char const* name, Point3D const& value) override;
-    bool onParameter(char const* name, double value) override;
-    bool onParameter(char const* name, int value) override;
-    bool onParameter(char const* name, wchar_t const* value) override;
-    bool onParameter(char const* name, char const* value) override;
+#include "nc/nc/NCParameterOverrides.inc"
 
 private:
     bool isNamed(char const* name) const

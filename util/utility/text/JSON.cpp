@@ -4,6 +4,7 @@
 #include "util/utility/text/Unicode.h"
 
 #include <iterator>
+#include <type_traits>
 
 namespace Quarn {
 
@@ -36,7 +37,8 @@ std::wstring JSON::stringify(std::wstring_view text)
             out.append(L"\\t");
             break;
         default:
-            if (c >= 0 && c < 0x20) {
+            // Unsigned, so that the test holds whether wchar_t is signed or not.
+            if (static_cast<std::make_unsigned_t<wchar_t>>(c) < 0x20) {
                 wchar_t const escape[]
                     = {L'\\', L'u', L'0', L'0', L"0123456789abcdef"[c >> 4], L"0123456789abcdef"[c & 0xF]};
                 out.append(escape, std::size(escape));
