@@ -165,11 +165,7 @@ public:
     bool onCoolant(unsigned int coolant, CoolantLevel level) override;
     bool onSpindleSpeed(double speed) override;
     bool onOpen() override;
-    bool onParameter(char const* name, Point3D const& value) override;
-    bool onParameter(char const* name, double value) override;
-    bool onParameter(char const* name, int value) override;
-    bool onParameter(char const* name, wchar_t const* value) override;
-    bool onParameter(char const* name, char const* value) override;
+#include "nc/nc/NCParameterOverrides.inc"
     bool onStock(Vector3D const& lower, Vector3D const& upper) override;
     bool onContext(NCContext const& context) override;
     bool onTool(NCTool const& tool) override;

@@ -95,11 +95,7 @@ public:
     bool onComment(wchar_t const* comment) override;
     bool onComment(char const* comment) override;
     bool onOpen() override;
-    bool onParameter(char const* name, Point3D const& value) override;
-    bool onParameter(char const* name, double value) override;
-    bool onParameter(char const* name, int value) override;
-    bool onParameter(char const* name, wchar_t const* value) override;
-    bool onParameter(char const* name, char const* value) override;
+#include "nc/nc/NCParameterOverrides.inc"
     bool onContext(NCContext const& context) override;
     bool onTool(NCTool const& tool) override;
     bool onToolChange() override;
