@@ -339,7 +339,7 @@ constexpr std::size_t PrefetchDistance = 1024;
 
 } // namespace
 
-bool CompactNCIReader::isAborted(Abortable const* abortSource) const noexcept
+bool CompactNCIReader::isAbortRequested(Abortable const* abortSource) const noexcept
 {
     return abortSource == this ? AbortableImpl::isAborted() : abortSource->isAborted();
 }
@@ -361,7 +361,7 @@ bool CompactNCIReader::replayRun(BufferedInputStream& in, NCStream& target, Abor
             __builtin_prefetch(at + PrefetchDistance);
         go = Move::send(target, {at});
         at += Move::size;
-    } while (go && at <= last && Move::matches(LittleEndian::readUInt32(at)) && !isAborted(abortSource));
+    } while (go && at <= last && Move::matches(LittleEndian::readUInt32(at)) && !isAbortRequested(abortSource));
     in.consume(static_cast<std::size_t>(at - first));
     return go;
 }
@@ -370,7 +370,7 @@ bool CompactNCIReader::replay(BufferedInputStream& in, NCStream& target)
 {
     Abortable const* const abortSource = getAbortable();
     for (;;) {
-        if (isAborted(abortSource))
+        if (isAbortRequested(abortSource))
             return false;
         bool go;
         if (in.available() >= LongestMove && !toolPending) [[likely]] {

@@ -116,7 +116,7 @@ private:
     template <class Move> bool replayRun(BufferedInputStream& in, NCStream& target, Abortable const* abortSource);
     bool replayAcrossBlocks(BufferedInputStream& in, NCStream& target);
     // Without an abort source of its own the reader is one: polled without a virtual call.
-    bool isAborted(Abortable const* abortSource) const noexcept;
+    bool isAbortRequested(Abortable const* abortSource) const noexcept;
     // Records that are neither frequent moves nor parts of a tool.
     bool replayRecord(BufferedInputStream& in, NCStream& target, std::uint32_t code);
     bool replayToolPart(BufferedInputStream& in, NCStream& target, std::uint32_t code);

@@ -378,7 +378,7 @@ TEST(CompactNCIWriter, AFailedOutputIsAnIOExceptionNamingTheRecordAndItsOffset)
                 {[](auto& w) { w.onClose(); }, L"Cannot flush the output: Disk full."},
             };
             for (auto const& [send, message] : later)
-                EXPECT_EQ(ioError([&] { send(writer); }).message, message);
+                EXPECT_EQ(ioError([&, &send = send] { send(writer); }).message, message);
         }
         EXPECT_EQ(out.callsAfterFailure, 0u) << "nothing written after the failure, not even by the destructor";
     }

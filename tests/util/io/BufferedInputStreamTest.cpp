@@ -106,7 +106,7 @@ TEST(BufferedInputStream, EndInsideAValueThrowsWithTheOffsetOfItsFirstByte)
                 TrickleInputStream source(std::string(2 + width - 1, '\x55'), 1);
                 BufferedInputStream in(&source, bufferSize, mode);
                 in.readUInt16();
-                EXPECT_EQ(ioError([&] { read(in); }), (IOError {L"Unexpected end of stream.", 2}));
+                EXPECT_EQ(ioError([&, &read = read] { read(in); }), (IOError {L"Unexpected end of stream.", 2}));
                 EXPECT_TRUE(in.isAtEnd());
             }
         }
