@@ -87,7 +87,6 @@ public:
     // The time written into the date element, in seconds since 1970-01-01 UTC; empty (the
     // default) takes the clock's time at onOpen. A fixed time makes documents reproducible.
     void setTimestamp(std::optional<std::int64_t> secondsSince1970) noexcept { timestamp = secondsSince1970; }
-    std::optional<std::int64_t> getTimestamp() const noexcept { return timestamp; }
 
     using NCStreamDefaultImpl::onParameter;
     using NCStreamDefaultImpl::onRapid5D;

@@ -24,8 +24,6 @@ public:
     // Idempotent.
     void close() override;
 
-    bool isOpen() const noexcept { return file != nullptr; }
-    std::wstring const& getPath() const noexcept { return path; }
 
 private:
     std::wstring path;

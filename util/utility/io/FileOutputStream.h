@@ -30,7 +30,6 @@ public:
 
     // Bytes written through this stream.
     std::uint64_t getPosition() const noexcept { return position; }
-    std::wstring const& getPath() const noexcept { return path; }
 
 private:
     [[noreturn]] void fail() const;

@@ -4,7 +4,6 @@
 #include "util/utility/Export.h"
 #include "util/utility/text/Variant.h"
 
-#include <compare>
 #include <initializer_list>
 #include <span>
 #include <string>
@@ -29,7 +28,6 @@ public:
 
     // By text, code unit by code unit.
     friend bool operator==(Message const& a, Message const& b) noexcept = default;
-    friend std::strong_ordering operator<=>(Message const& a, Message const& b) noexcept = default;
 
 private:
     std::wstring text;
