@@ -3,23 +3,11 @@
 #include "util/utility/io/FileInputStream.h"
 
 #include "util/utility/IOException.h"
-#include "util/utility/text/Unicode.h"
+#include "util/utility/io/CFile.h"
 
 namespace Quarn {
 
 namespace {
-
-// Opens the file by its name as the platform takes it: UTF-16 on Windows (where wchar_t holds
-// UTF-16), UTF-8 elsewhere.
-std::FILE* openFile(std::wstring const& path, char const* mode)
-{
-#if defined(_WIN32)
-    std::wstring const wideMode(mode, mode + std::char_traits<char>::length(mode));
-    return _wfopen(path.c_str(), wideMode.c_str());
-#else
-    return std::fopen(Unicode::toUTF8(path).c_str(), mode);
-#endif
-}
 
 // The size of a seekable file, leaving the file at its start; empty for pipes and the like.
 std::optional<std::uint64_t> seekableSize(std::FILE* file)
@@ -47,7 +35,7 @@ FileInputStream::FileInputStream(std::wstring const& path) : path(path)
 {
     // A name with an embedded NUL would silently open a different file.
     if (path.find(L'\0') == std::wstring::npos)
-        file = openFile(path, "rb");
+        file = CFile::open(path, "rb");
     // fopen succeeds on directories; reading one byte (and putting it back) finds that out now
     // rather than at the first read.
     int first = EOF;

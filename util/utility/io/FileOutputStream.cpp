@@ -3,31 +3,15 @@
 #include "util/utility/io/FileOutputStream.h"
 
 #include "util/utility/IOException.h"
-#include "util/utility/text/Unicode.h"
+#include "util/utility/io/CFile.h"
 
 namespace Quarn {
-
-namespace {
-
-// Opens the file by its name as the platform takes it: UTF-16 on Windows (where wchar_t holds
-// UTF-16), UTF-8 elsewhere.
-std::FILE* openFile(std::wstring const& path, char const* mode)
-{
-#if defined(_WIN32)
-    std::wstring const wideMode(mode, mode + std::char_traits<char>::length(mode));
-    return _wfopen(path.c_str(), wideMode.c_str());
-#else
-    return std::fopen(Unicode::toUTF8(path).c_str(), mode);
-#endif
-}
-
-} // namespace
 
 FileOutputStream::FileOutputStream(std::wstring const& path, Mode mode) : path(path)
 {
     // A name with an embedded NUL would silently open a different file.
     if (path.find(L'\0') == std::wstring::npos)
-        file = openFile(path, mode == Append ? "ab" : "wb");
+        file = CFile::open(path, mode == Append ? "ab" : "wb");
     if (file == nullptr)
         throw IOException(L"Cannot open file '" + path + L"' for writing.");
 }
