@@ -1,7 +1,5 @@
-// Defaults of InputStream and the loop over short reads.
+// Defaults of InputStream.
 #include "util/utility/io/InputStream.h"
-
-#include "util/utility/IOException.h"
 
 namespace Quarn {
 
@@ -14,19 +12,6 @@ std::optional<std::uint64_t> InputStream::getSize() const
 
 void InputStream::close()
 {
-}
-
-void InputStream::readFully(void* buffer, std::size_t size)
-{
-    std::uint64_t start = getPosition();
-    auto* out = static_cast<unsigned char*>(buffer);
-    while (size != 0) {
-        std::size_t count = read(out, size);
-        if (count == 0)
-            throw IOException(L"Unexpected end of stream.", start);
-        out += count;
-        size -= count;
-    }
 }
 
 } // namespace Quarn

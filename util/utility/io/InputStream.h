@@ -23,10 +23,6 @@ public:
     // Releases the source; does nothing by default.
     virtual void close();
 
-    // Reads exactly size bytes, looping over short reads. Throws IOException
-    // "Unexpected end of stream." with the position where the read started when data ends early.
-    void readFully(void* buffer, std::size_t size);
-
 protected:
     InputStream() = default;
     InputStream(InputStream const&) = default;
