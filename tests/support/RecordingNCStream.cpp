@@ -68,34 +68,30 @@ void RecordingNCStream::append(std::wstring& line, ToolpathEntityIndex const& in
     append(line, index.entity);
 }
 
-void RecordingNCStream::append(std::wstring& line, NCContext const& context)
+template <class Record>
+void RecordingNCStream::keep(std::wstring& line, std::vector<Record>& kept, Record const& record, std::wstring text)
 {
-    contexts.push_back(context);
-    append(line, contextText(context));
+    kept.push_back(record);
+    append(line, std::move(text));
 }
 
-void RecordingNCStream::append(std::wstring& line, NCTool const& tool)
-{
-    tools.push_back(tool);
-    append(line, toolText(tool));
-}
+void RecordingNCStream::append(std::wstring& line, NCContext const& c) { keep(line, contexts, c, contextText(c)); }
+
+void RecordingNCStream::append(std::wstring& line, NCTool const& tool) { keep(line, tools, tool, toolText(tool)); }
 
 void RecordingNCStream::append(std::wstring& line, AxisOrdering const& ordering)
 {
-    orderings.push_back(ordering);
-    append(line, orderingText(ordering));
+    keep(line, orderings, ordering, orderingText(ordering));
 }
 
 void RecordingNCStream::append(std::wstring& line, AxisValues const& values)
 {
-    axisValues.push_back(values);
-    append(line, valuesText(values));
+    keep(line, axisValues, values, valuesText(values));
 }
 
 void RecordingNCStream::append(std::wstring& line, TaggedFrame const& frame)
 {
-    frames.push_back(frame);
-    append(line, frameText(frame));
+    keep(line, frames, frame, frameText(frame));
 }
 
 std::wstring RecordingNCStream::contextText(NCContext const& context)

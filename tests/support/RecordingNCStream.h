@@ -52,6 +52,9 @@ private:
     void append(std::wstring& line, Enum value) { append(line, static_cast<std::underlying_type_t<Enum>>(value)); }
     void append(std::wstring& line, Point3D const& point);
     void append(std::wstring& line, ToolpathEntityIndex const& index);
+    // Keeps a copy of the record and appends its text.
+    template <class Record>
+    void keep(std::wstring& line, std::vector<Record>& kept, Record const& record, std::wstring text);
     void append(std::wstring& line, NCContext const& context);
     void append(std::wstring& line, NCTool const& tool);
     void append(std::wstring& line, AxisOrdering const& ordering);
