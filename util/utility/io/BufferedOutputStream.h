@@ -19,7 +19,7 @@ namespace Quarn {
 // A failure of the sink (an exception from its write or flush) is thrown to the caller, and again
 // by every later write, flush and close: the output has a hole, so nothing more is written into
 // the sink; close still closes it. The bytes of a failed block count as written (getPosition).
-class QUARN_NC_EXPORT BufferedOutputStream final : public OutputStream {
+class QUARN_NC_EXPORT BufferedOutputStream : public OutputStream {
 public:
     static constexpr std::size_t DefaultBufferSize = 256 * 1024;
 
