@@ -1,0 +1,8 @@
+// The toolpath event interface.
+#include "nc/nc/kernelstream/ToolpathStream.h"
+
+namespace Quarn {
+
+ToolpathStream::~ToolpathStream() = default;
+
+} // namespace Quarn
