@@ -3,7 +3,7 @@
 # exactly which to install. Usage: scripts/install-deps.sh [extra packages...]
 set -euo pipefail
 
-packages=(cmake ninja-build g++ libgtest-dev libbenchmark-dev libxml2-dev libcli11-dev pkg-config "$@")
+packages=(cmake ninja-build g++ libgtest-dev libbenchmark-dev libxml2-dev libcli11-dev rapidjson-dev pkg-config "$@")
 missing=()
 for package in "${packages[@]}"; do
   if ! dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed"; then
