@@ -1,9 +1,13 @@
-// Writes the bundled example programs in the compact NCI format, or a long generated program:
-//   quarn-generate-examples DIR              part-3axis.nci, swarf-5axis.nci, inch-part.nci in DIR
+// Writes the bundled example programs (compact NCI and kernel output), or a long generated program:
+//   quarn-generate-examples DIR              part-3axis.nci, swarf-5axis.nci, inch-part.nci, and the
+//                                            kernel toolpath pocket.kts and pocket.jsonl in DIR
 //   quarn-generate-examples --moves N FILE   a generated program of N moves
 #include "examples/ExampleProgram.h"
+#include "examples/ExampleToolpath.h"
 
 #include "nc/nc/io/CompactNCIWriter.h"
+#include "nc/nc/kernelstream/JSONOutputStream.h"
+#include "nc/nc/kernelstream/KernelOutputStream.h"
 #include "util/utility/RuntimeException.h"
 #include "util/utility/io/FileOutputStream.h"
 #include "util/utility/text/Unicode.h"
@@ -27,6 +31,16 @@ void write(std::string const& path, std::function<bool(NCStream&)> const& progra
     std::printf("wrote %s\n", path.c_str());
 }
 
+// The example kernel toolpath through a kernel writer (binary stream or JSON Lines).
+template <class Writer> void writeToolpath(std::string const& path)
+{
+    FileOutputStream file(Unicode::fromUTF8(path));
+    Writer writer(&file);
+    Examples::writeKernelToolpath(writer);
+    writer.closeStream();
+    std::printf("wrote %s\n", path.c_str());
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -45,6 +59,8 @@ int main(int argc, char** argv)
         write(first + "/part-3axis.nci", Examples::sendThreeAxisPart);
         write(first + "/swarf-5axis.nci", Examples::sendSwarfPart);
         write(first + "/inch-part.nci", Examples::sendInchPart);
+        writeToolpath<KernelOutputStream>(first + "/pocket.kts");
+        writeToolpath<JSONOutputStream>(first + "/pocket.jsonl");
         return 0;
     } catch (RuntimeException const& e) {
         std::fprintf(stderr, "quarn-generate-examples: %s\n", e.what());

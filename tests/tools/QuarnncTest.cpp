@@ -1,7 +1,10 @@
 // End-to-end tests of the quarnnc tool: the built binary run on the bundled examples and on
 // missing, truncated and foreign files, checked by exit status, messages and golden output.
 #include "nc/nc/NCContext.h"
+#include "nc/nc/NCStreamDefaultImpl.h"
+#include "nc/nc/io/CompactNCIReader.h"
 #include "nc/nc/io/CompactNCIWriter.h"
+#include "tests/support/RapidJSON.h"
 #include "util/utility/io/FileOutputStream.h"
 
 #include <gtest/gtest.h>
@@ -15,6 +18,7 @@
 #include <functional>
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -78,13 +82,103 @@ protected:
     }
 };
 
+// The moves of a program in the terms both a compact NCI file and a kernel stream hold: the end,
+// the tool axis, the arc centre and a normal about which the arc runs counter-clockwise, the
+// movement and the feed (rapids have none).
+class MoveList final : public Quarn::NCStreamDefaultImpl {
+public:
+    struct Move {
+        char kind; // 'r'apid, 'l'inear, 'a'rc
+        Quarn::Vector3D end, axis, center, normal;
+        unsigned int movement;
+        double feed;
+        bool operator==(Move const&) const = default;
+    };
+    std::vector<Move> moves;
+
+    bool onRapid(Quarn::Vector3D const& end, unsigned int flags) override
+    {
+        return add({'r', end, {}, {}, {}, NCStream::getMovement(flags), 0});
+    }
+    bool onLinear(Quarn::Vector3D const& end, double feed, unsigned int flags) override
+    {
+        return add({'l', end, {}, {}, {}, NCStream::getMovement(flags), feed});
+    }
+    bool onRapid5D(Quarn::Vector3D const& end, Quarn::Vector3D const& axis, unsigned int flags) override
+    {
+        return add({'r', end, axis, {}, {}, NCStream::getMovement(flags), 0});
+    }
+    bool onLinear5D(Quarn::Vector3D const& end, Quarn::Vector3D const& axis, double feed, unsigned int flags) override
+    {
+        return add({'l', end, axis, {}, {}, NCStream::getMovement(flags), feed});
+    }
+    bool onCCWArc(Quarn::Vector3D const& center, Quarn::Vector3D const& end, Quarn::Vector3D const& normal,
+        double feed, unsigned int flags) override
+    {
+        return add({'a', end, {}, center, normal, NCStream::getMovement(flags), feed});
+    }
+    bool onCWArc(Quarn::Vector3D const& center, Quarn::Vector3D const& end, Quarn::Vector3D const& normal,
+        double feed, unsigned int flags) override
+    {
+        return add({'a', end, {}, center, -normal, NCStream::getMovement(flags), feed});
+    }
+    bool onCircular(Quarn::Vector3D const& center, Quarn::Vector3D const& end, Quarn::Vector3D const& normal,
+        double sweep, double feed, unsigned int flags) override
+    {
+        return add({'a', end, {}, center, sweep < 0 ? -normal : normal, NCStream::getMovement(flags), feed});
+    }
+    bool onCCWCircle(Quarn::Vector3D const& center, Quarn::Vector3D const& end, Quarn::Vector3D const& normal,
+        double feed, unsigned int flags) override
+    {
+        return onCCWArc(center, end, normal, feed, flags);
+    }
+    bool onCWCircle(Quarn::Vector3D const& center, Quarn::Vector3D const& end, Quarn::Vector3D const& normal,
+        double feed, unsigned int flags) override
+    {
+        return onCWArc(center, end, normal, feed, flags);
+    }
+    using NCStreamDefaultImpl::onLinear5D;
+    using NCStreamDefaultImpl::onRapid5D;
+
+    static std::vector<Move> of(fs::path const& compactFile)
+    {
+        MoveList list;
+        Quarn::CompactNCIReader reader;
+        reader.setNCStream(&list);
+        EXPECT_TRUE(reader.import(compactFile.wstring())) << compactFile;
+        return list.moves;
+    }
+
+private:
+    bool add(Move const& move)
+    {
+        moves.push_back(move);
+        return true;
+    }
+};
+
+// Each line of the text is one JSON object, as a real parser reads it.
+void expectJSONLines(std::string const& text)
+{
+    ASSERT_FALSE(text.empty());
+    ASSERT_EQ(text.back(), '\n');
+    std::istringstream lines(text);
+    std::string line;
+    while (std::getline(lines, line)) {
+        rapidjson::Document document;
+        document.Parse(line.c_str());
+        EXPECT_FALSE(document.HasParseError()) << line;
+        EXPECT_TRUE(document.IsObject()) << line;
+    }
+}
+
 } // namespace
 
 TEST_F(Quarnnc, BundledExamplesAreWhatTheGeneratorWrites)
 {
     std::string const command = "'" GENERATOR_PATH "' '" + scratch.string() + "' >/dev/null";
     ASSERT_EQ(std::system(command.c_str()), 0);
-    for (char const* name : {"part-3axis.nci", "swarf-5axis.nci", "inch-part.nci"})
+    for (char const* name : {"part-3axis.nci", "swarf-5axis.nci", "inch-part.nci", "pocket.kts", "pocket.jsonl"})
         EXPECT_EQ(readFile(scratch / name), readFile(source / "examples" / name))
             << name << " is out of date: build the regenerate-examples target";
 }
@@ -276,6 +370,8 @@ TEST_F(Quarnnc, AnOutputThatCannotBeWrittenEndsWithItsNameAndStatus)
         {"convert --to compact-nci examples/part-3axis.nci /dev/full", 74,
             "quarnnc: /dev/full: Cannot write the file.\n"},
         {"convert --to xml examples/part-3axis.nci /dev/full", 74, "quarnnc: /dev/full: Cannot write the file.\n"},
+        {"convert --to kernel examples/part-3axis.nci /dev/full", 74, "quarnnc: /dev/full: Cannot write the file.\n"},
+        {"convert --to jsonl examples/part-3axis.nci /dev/full", 74, "quarnnc: /dev/full: Cannot write the file.\n"},
         {"convert --to log examples/part-3axis.nci /dev/full", 74, "quarnnc: /dev/full: Cannot write the file.\n"},
         {"transform --to compact-nci examples/part-3axis.nci /dev/full --translate 1,2,3", 74,
             "quarnnc: /dev/full: Cannot write the file.\n"},
@@ -300,4 +396,51 @@ TEST_F(Quarnnc, LargeFilesCopyByteForByteThroughTheReadingAndWritingThreads)
     Result converted = run("convert '" + large + "' '" + copy + "'");
     ASSERT_EQ(converted.status, 0) << converted.err;
     EXPECT_EQ(readFile(copy), readFile(large));
+}
+
+TEST_F(Quarnnc, AProgramThroughTheKernelStreamKeepsEveryMoveAndSaysWhatItLeftOut)
+{
+    for (char const* name : {"part-3axis", "swarf-5axis", "inch-part"}) {
+        std::string const kernel = (scratch / "part.kts").string(), back = (scratch / "back.nci").string();
+        Result there = run("convert examples/" + std::string(name) + ".nci '" + kernel + "'");
+        ASSERT_EQ(there.status, 0) << name << ": " << there.err;
+        EXPECT_EQ(there.err.rfind("quarnnc: " + kernel + ": ", 0), 0u) << there.err;
+        EXPECT_NE(there.err.find(" context"), std::string::npos) << there.err;
+        EXPECT_NE(there.err.find(" tool"), std::string::npos) << there.err;
+        EXPECT_NE(there.err.find(" have no place in this format and were left out\n"), std::string::npos) << there.err;
+
+        Result backAgain = run("convert '" + kernel + "' '" + back + "'");
+        ASSERT_EQ(backAgain.status, 0) << name << ": " << backAgain.err;
+        EXPECT_EQ(backAgain.err, "") << name;
+        auto const original = MoveList::of(source / "examples" / (std::string(name) + ".nci"));
+        ASSERT_FALSE(original.empty());
+        EXPECT_EQ(MoveList::of(back), original) << name;
+    }
+}
+
+TEST_F(Quarnnc, KernelStreamsAreReadByEveryCommandAndWrittenAsJSONLines)
+{
+    Result info = run("info examples/pocket.kts");
+    EXPECT_EQ(info.status, 0) << info.err;
+    EXPECT_NE(info.out.find("format:       kernel 3.1.1.3\n"), std::string::npos) << info.out;
+    for (char const* command : {"validate", "log"}) {
+        Result result = run(std::string(command) + " examples/pocket.kts");
+        EXPECT_NE(result.status, 65) << command << ": " << result.err;
+        EXPECT_FALSE(result.out.empty()) << command;
+    }
+
+    // The kernel's messages travel as named parameters; only the figures of its process have no
+    // place in an NC program.
+    std::string const jsonl = (scratch / "pocket.jsonl").string();
+    Result converted = run("convert examples/pocket.kts '" + jsonl + "'");
+    ASSERT_EQ(converted.status, 0) << converted.err;
+    EXPECT_EQ(converted.err,
+        "quarnnc: examples/pocket.kts: 1 kernel process report has no place in an NC program and was left out\n");
+    expectJSONLines(readFile(jsonl));
+
+    std::string const fromProgram = (scratch / "part.jsonl").string();
+    Result program = run("convert examples/part-3axis.nci '" + fromProgram + "'");
+    ASSERT_EQ(program.status, 0) << program.err;
+    EXPECT_NE(program.err.find("have no place in this format and were left out"), std::string::npos);
+    expectJSONLines(readFile(fromProgram));
 }

@@ -10,6 +10,7 @@
 #include "util/utility/io/FileInputStream.h"
 #include "util/utility/text/Unicode.h"
 
+#include <cstdio>
 #include <filesystem>
 
 namespace Quarn::Tool {
@@ -47,6 +48,9 @@ bool replay(Format const& format, std::string const& path, NCStream& chain, RunO
         ProgressInputStream progress(file, !options.quiet && ProgressInputStream::isTerminal());
         bool const completed = reader->import(&progress);
         progress.finish();
+        if (format.readerLeftOut != nullptr)
+            if (std::string const sentence = format.readerLeftOut(*reader); !sentence.empty())
+                std::fprintf(stderr, "quarnnc: %s: %s\n", path.c_str(), sentence.c_str());
         return completed;
     } catch (IOException const& e) {
         throw ToolError(ExitDataError, path, narrow(e.getMessage()), e.getOffset());

@@ -1,12 +1,15 @@
 // A file format the tool reads or writes: its name, how to recognise it, its reader and writer.
 #pragma once
 
+#include "tools/quarnnc/LeftOut.h"
+
 #include "nc/nc/NCReader.h"
 #include "nc/nc/NCStream.h"
 
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Quarn::Tool {
 
@@ -21,6 +24,8 @@ public:
     virtual NCStream& stream() = 0;
     // Completes the output (flushes the file); errors are thrown as ToolError or IOException.
     virtual void finish() = 0;
+    // The events the format has no place for, by kind; asked after finish.
+    virtual std::vector<LeftOut> leftOut() const { return {}; }
 };
 
 // A constant that a file in formats/ defines and FormatRegistry.cpp lists. The parts a format
@@ -39,6 +44,9 @@ struct Format {
     std::unique_ptr<NCReader> (*makeReader)() = nullptr;
     // "2.4.0"; null when the format has no version.
     std::string (*version)(std::wstring const& path) = nullptr;
+    // What the reader read but could not pass on as NC events, as a sentence ("" for nothing);
+    // asked after a replay, null for a reader that carries everything.
+    std::string (*readerLeftOut)(NCReader const& reader) = nullptr;
 
     std::unique_ptr<OutputSink> (*makeWriter)(std::string const& path, WriterOptions const& options) = nullptr;
     // Whether the writer honours WriterOptions::mapToWCS.

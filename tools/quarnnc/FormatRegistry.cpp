@@ -8,7 +8,9 @@
 // detection tries them.
 #define QUARN_TOOL_FORMATS(FORMAT)                                                                                     \
     FORMAT(compactNCI)                                                                                                 \
+    FORMAT(kernelStream)                                                                                               \
     FORMAT(xml)                                                                                                        \
+    FORMAT(jsonLines)                                                                                                  \
     FORMAT(eventLog)
 
 namespace Quarn::Tool {

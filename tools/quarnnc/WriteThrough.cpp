@@ -6,6 +6,7 @@
 #include "util/utility/IOException.h"
 #include "util/utility/text/Unicode.h"
 
+#include <cstdio>
 #include <filesystem>
 
 namespace Quarn::Tool {
@@ -59,6 +60,9 @@ int writeThrough(std::string const& input, std::string const& output, Format con
     OutputErrors writer(output, sink->stream());
     bool const completed = replay(inputFormat, input, head(writer), options);
     guardOutput(output, [&] { sink->finish(); });
+    std::vector<LeftOut> const leftOut = sink->leftOut();
+    if (std::string const sentence = describeLeftOut(leftOut); !sentence.empty())
+        std::fprintf(stderr, "quarnnc: %s: %s\n", output.c_str(), sentence.c_str());
     // A stage that answers false has stopped the program; the output holds what came before.
     if (!completed)
         throw ToolError(ExitDataError, input, "The program was stopped before its end.");

@@ -1,0 +1,21 @@
+// What a conversion could not carry, by event kind, and the sentence the tool prints about it.
+#pragma once
+
+#include "nc/nc/NCEvent.h"
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+namespace Quarn::Tool {
+
+struct LeftOut {
+    NCEvent kind;
+    std::uint64_t count = 0;
+};
+
+// "3 contexts and 3 tools have no place in this format and were left out"; empty when nothing
+// was left out. Kinds are listed in the order given.
+std::string describeLeftOut(std::span<LeftOut const> leftOut);
+
+} // namespace Quarn::Tool
