@@ -38,7 +38,8 @@ double secondsSince(Clock::time_point start) { return std::chrono::duration<doub
 
 std::filesystem::path temporaryPath(char const* name)
 {
-    return std::filesystem::temp_directory_path() / (std::string("KernelStreamBench-") + std::to_string(getpid()) + name);
+    return std::filesystem::temp_directory_path()
+        / (std::string("KernelStreamBench-") + std::to_string(getpid()) + name);
 }
 
 std::filesystem::path const streamPath = temporaryPath(".kts");

@@ -82,8 +82,8 @@ public:
     {
         return out.writeOutOfMemory(requested, available), true;
     }
-    bool onProcessInfo(std::uint64_t processingTime, double usage, std::uint64_t memoryUsage,
-        std::uint64_t peakMemoryUsage) override
+    bool onProcessInfo(
+        std::uint64_t processingTime, double usage, std::uint64_t memoryUsage, std::uint64_t peakMemoryUsage) override
     {
         return out.writeProcessInfo(processingTime, usage, memoryUsage, peakMemoryUsage), true;
     }

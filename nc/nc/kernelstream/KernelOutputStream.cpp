@@ -122,7 +122,8 @@ void KernelOutputStream::trace(std::wstring_view templateText, std::initializer_
     if (!logCallback)
         return;
     line.clear();
-    Variant::appendSubstitutionAsUTF8(line, templateText, std::span<Variant const>(arguments.begin(), arguments.size()));
+    Variant::appendSubstitutionAsUTF8(
+        line, templateText, std::span<Variant const>(arguments.begin(), arguments.size()));
     logCallback(line);
 }
 
@@ -306,7 +307,8 @@ void KernelOutputStream::writeProcessInfo(
     std::uint64_t processingTime, double usage, std::uint64_t memoryUsage, std::uint64_t peakMemoryUsage)
 {
     if (debug) [[unlikely]]
-        traceOperation(L"KernelOutputStream::writeProcessInfo(%1, %2, %3, %4)", processingTime, usage, memoryUsage, peakMemoryUsage);
+        traceOperation(L"KernelOutputStream::writeProcessInfo(%1, %2, %3, %4)", processingTime, usage, memoryUsage,
+            peakMemoryUsage);
     writeFixed(FIELD_PROCESS_INFO, processingTime, usage, memoryUsage, peakMemoryUsage);
 }
 

@@ -22,24 +22,33 @@ class Variant;
 // two), 4-byte code points after setUCS4(true). Movements, commands and turn-group types are
 // uint32 values of their enumerations.
 //
-//   0  writeHeader        text getUri(), then field 1      22 writeOutOfMemory  uint64, uint64
-//   1  writeVersion       uint32 3, 1, 1, 3                 23 writeInformation  text
-//   2  writeEnd           -                                 24 writeWarning      text
-//   4  writeMemoryInformation  the MemoryInformation64      25 writeError(text)  text
-//      fields in order, at their widths (84 bytes)          26 writeDebug        text
-//   7  writeModule        text, uint64, uint64              28 writeProcessInfo  uint64, double,
-//   8  writeError(code)   uint32 code, uint32 0                                  uint64, uint64
-//   10 writeParameter     text name, text value             29 writeLine         vector, uint32
-//   12 writeTaskId        text                              30 writeLine (5D)    2 vectors, uint32
-//   13 writeToolpathOpen  uint32 0 (type), uint32 0         31 writeArc          3 vectors, uint32
-//   14, 15  writeToolpathClose, writeToolpathBreak          32 writeProgress     float
-//   16, 17  writeBeginPathFragment, writeEndPathFragment    35 writeTurnGroupBegin  uint32
-//   33, 34  writeExpandOpen, writeExpandClose               37, 38 writeToolAxis, writeContactNormal: vector
-//   36, 40  writeTurnGroupEnd, writeGroupEnd                39 writeGroupBegin   text
-//   41 writeDwell         float seconds                     42 writeCommand      uint32
-//   43 writeMachineAxisOrdering  uint32 count, then per axis the texts of its name and of its
-//      machine part id (their bytes decoded as UTF-8)
-//   44 writeMachineAxisValues    uint32 count, then one double per axis
+//   0   writeHeader             text getUri(), then field 1 (writeVersion)
+//   1   writeVersion            uint32 3, 1, 1, 3
+//   2   writeEnd                -
+//   4   writeMemoryInformation  the MemoryInformation64 fields in order at their widths (84 bytes)
+//   7   writeModule             text name, uint64 address, uint64 size
+//   8   writeError(code)        uint32 code, uint32 0
+//   10  writeParameter          text name, text value
+//   12  writeTaskId             text
+//   13  writeToolpathOpen       uint32 0 (type), uint32 0 (version)
+//   14, 15  writeToolpathClose, writeToolpathBreak: -
+//   16, 17  writeBeginPathFragment, writeEndPathFragment: -
+//   22  writeOutOfMemory        uint64 requested, uint64 available
+//   23, 24, 25, 26  writeInformation, writeWarning, writeError(text), writeDebug: text
+//   28  writeProcessInfo        uint64, double, uint64, uint64
+//   29  writeLine               vector position, uint32 movement (20 bytes with the code)
+//   30  writeLine (five-axis)   vector position, vector axis, uint32 movement (32 bytes)
+//   31  writeArc                vector end, center, normal, uint32 movement (44 bytes)
+//   32  writeProgress           float
+//   33, 34  writeExpandOpen, writeExpandClose: -
+//   35  writeTurnGroupBegin     uint32 type;  36 writeTurnGroupEnd: -
+//   37, 38  writeToolAxis, writeContactNormal: vector (16 bytes)
+//   39  writeGroupBegin         text;  40 writeGroupEnd: -
+//   41  writeDwell              float seconds
+//   42  writeCommand            uint32
+//   43  writeMachineAxisOrdering  uint32 count, then per axis the texts of its name and of its
+//                               machine part id (their bytes decoded as UTF-8)
+//   44  writeMachineAxisValues  uint32 count, then one double per axis
 //
 // A text longer than MaximumTextLength characters of the stream's encoding throws IOException
 // "String too long." (at the offset where its entity would start) before any byte of the entity
@@ -51,9 +60,9 @@ class Variant;
 // "KernelOutputStream::writeInformation('text')"; writeTurnGroupBegin, writeDwell and
 // writeCommand trace without arguments, writeMachineAxisOrdering the count and the names joined
 // by blanks, writeMachineAxisValues the count and the values, writeMemoryInformation the total
-// and available physical memory. The destructor logs "KernelOutputStream::~KernelOutputStream()"
-// and, once it flushed the output, "KernelOutputStream::~KernelOutputStream(): done", debug or
-// not.
+// and available physical memory; flushStream and closeStream trace too. The destructor logs
+// "KernelOutputStream::~KernelOutputStream()" and, once it flushed the output,
+// "KernelOutputStream::~KernelOutputStream(): done", debug or not.
 //
 // A failure of the output is an IOException, thrown by the operation whose entity fills the
 // buffer (1 MiB) or by flushStream/closeStream. Its text says what could not be written, then
@@ -154,8 +163,8 @@ public:
     void writeMemoryInformation(MemoryInformation64 const& information) override;
     void writeModule(wchar_t const* name, std::uint64_t address, std::uint64_t size) override;
     void writeOutOfMemory(std::uint64_t requested, std::uint64_t available) override;
-    void writeProcessInfo(std::uint64_t processingTime, double usage, std::uint64_t memoryUsage,
-        std::uint64_t peakMemoryUsage) override;
+    void writeProcessInfo(
+        std::uint64_t processingTime, double usage, std::uint64_t memoryUsage, std::uint64_t peakMemoryUsage) override;
     void writeTaskId(wchar_t const* id) override;
     void writeError(unsigned int code) override;
     void writeInformation(wchar_t const* text) override;

@@ -26,11 +26,6 @@ constexpr std::uint64_t UnknownEnd = std::numeric_limits<std::uint64_t>::max();
 
 // A window of the buffer this long holds any of the frequent entities whole (an arc).
 constexpr std::size_t LongestMove = 44;
-// How far ahead of the entity being sent its bytes are asked into the cache, a stretch at a time.
-// The block was filled on another processor; the processor's own prefetching stops at every page
-// boundary.
-constexpr std::size_t PrefetchDistance = 4096;
-constexpr std::ptrdiff_t Stretch = 256;
 
 std::uint64_t findEnd(BufferedInputStream const& in)
 {
@@ -54,10 +49,7 @@ std::wstring exceedsMessage(wchar_t const* what, std::uint64_t count, std::uint6
     return std::wstring(what) + L" " + number(count) + L" exceeds the " + number(left) + L" bytes left.";
 }
 
-std::wstring kernelUri(std::string_view base)
-{
-    return Unicode::fromUTF8(base) + L"/namespace/camkernel/stream";
-}
+std::wstring kernelUri(std::string_view base) { return Unicode::fromUTF8(base) + L"/namespace/camkernel/stream"; }
 
 Vector3D vectorAt(unsigned char const* p) noexcept
 {
@@ -105,8 +97,7 @@ void KernelReader::open(InputStream* source)
     QUARN_EXPECTS(source != nullptr);
     close();
     SafePointer<InputStream> checked(source);
-    in = std::make_unique<BufferedInputStream>(
-        source, BufferedInputStream::DefaultBufferSize, readAheadFor(*checked));
+    in = std::make_unique<BufferedInputStream>(source, BufferedInputStream::DefaultBufferSize, readAheadFor(*checked));
     start = in->getPosition();
     place = {start, findEnd(*in), 0};
     headerRead = false;
@@ -458,52 +449,41 @@ bool KernelReader::readAxisValues()
 }
 
 // The frequent entities straight from the block while it holds the longest of them whole: their
-// codes are told apart in this loop, lines first, without a call per entity but the sink's. The
-// bytes ahead are asked into the cache a stretch at a time, not per entity.
+// codes are told apart in this loop, lines first, without a call per entity but the sink's.
 bool KernelReader::replayMoves(std::uint64_t& entities)
 {
     BufferedInputStream& s = *in;
     KernelStream& target = *sink;
     unsigned char const* const first = s.window();
-    unsigned char const* const end = first + s.available();
-    unsigned char const* const last = end - LongestMove; // last start of an entity sure to be whole
+    unsigned char const* const last = first + (s.available() - LongestMove); // last start of a sure read
     unsigned char const* at = first;
     // Counted here, not through the reference: the sink's calls would make it a store per entity.
     std::uint64_t count = 0;
     bool go = true;
     while (at <= last) {
-        unsigned char const* const stretchEnd = last - at > Stretch ? at + Stretch : last;
-        if (end - at > static_cast<std::ptrdiff_t>(PrefetchDistance + Stretch)) {
-            for (std::size_t line = 0; line < Stretch; line += 64)
-                __builtin_prefetch(at + PrefetchDistance + line);
+        std::uint32_t const code = LittleEndian::readUInt32(at);
+        if (code == Out::FIELD_LINE) [[likely]] {
+            go = target.onLinearMove(vectorAt(at + 4), movementAt(at + 16));
+            at += 20;
+        } else if (code == Out::FIELD_ARC) {
+            go = target.onCircularMove(vectorAt(at + 4), vectorAt(at + 16), vectorAt(at + 28), movementAt(at + 40));
+            at += 44;
+        } else if (code == Out::FIELD_LINE_5D) {
+            go = target.onLinear5DMove(vectorAt(at + 4), vectorAt(at + 16), movementAt(at + 28));
+            at += 32;
+        } else if (code == Out::FIELD_TOOL_AXIS) {
+            go = target.onToolAxis(vectorAt(at + 4));
+            at += 16;
+        } else if (code == Out::FIELD_CONTACT_NORMAL) {
+            go = target.onContactNormal(vectorAt(at + 4));
+            at += 16;
+        } else {
+            break;
         }
-        do {
-            std::uint32_t const code = LittleEndian::readUInt32(at);
-            if (code == Out::FIELD_LINE) [[likely]] {
-                go = target.onLinearMove(vectorAt(at + 4), movementAt(at + 16));
-                at += 20;
-            } else if (code == Out::FIELD_ARC) {
-                go = target.onCircularMove(
-                    vectorAt(at + 4), vectorAt(at + 16), vectorAt(at + 28), movementAt(at + 40));
-                at += 44;
-            } else if (code == Out::FIELD_LINE_5D) {
-                go = target.onLinear5DMove(vectorAt(at + 4), vectorAt(at + 16), movementAt(at + 28));
-                at += 32;
-            } else if (code == Out::FIELD_TOOL_AXIS) {
-                go = target.onToolAxis(vectorAt(at + 4));
-                at += 16;
-            } else if (code == Out::FIELD_CONTACT_NORMAL) {
-                go = target.onContactNormal(vectorAt(at + 4));
-                at += 16;
-            } else {
-                goto done;
-            }
-            ++count;
-            if (!go) [[unlikely]]
-                goto done;
-        } while (at <= stretchEnd);
+        ++count;
+        if (!go) [[unlikely]]
+            break;
     }
-done:
     s.consume(static_cast<std::size_t>(at - first));
     entities += count;
     return go;
@@ -604,10 +584,7 @@ bool KernelReader::onBeginFragment() { return sink->onBeginFragment(); }
 bool KernelReader::onEndFragment() { return sink->onEndFragment(); }
 bool KernelReader::onTurnGroup(NCStream::TurnGroupType type) { return sink->onTurnGroup(type); }
 bool KernelReader::onTurnGroupEnd() { return sink->onTurnGroupEnd(); }
-bool KernelReader::onMachineAxisOrdering(AxisOrdering const& ordering)
-{
-    return sink->onMachineAxisOrdering(ordering);
-}
+bool KernelReader::onMachineAxisOrdering(AxisOrdering const& ordering) { return sink->onMachineAxisOrdering(ordering); }
 bool KernelReader::onMachineAxisValues(AxisValues const& values) { return sink->onMachineAxisValues(values); }
 bool KernelReader::onError(unsigned int code) { return sink->onError(code); }
 bool KernelReader::onError(wchar_t const* text) { return sink->onError(text); }

@@ -123,9 +123,15 @@ TEST(KernelOutputStream, FixedSizeEntitiesHaveTheirLayout)
         {"memory information", [&](auto& w) { w.writeMemoryInformation(m); },
             u32(4) + u32(1) + u64(2) + u64(3) + u32(4) + u64(5) + u64(6) + u64(7) + u64(8) + u64(9) + u64(10) + u32(11)
                 + u64(12)},
-        {"axis values", [](auto& w) { w.writeMachineAxisValues({AxisValue(1.5), AxisValue(-0.1)}); },
+        {"axis values",
+            [](auto& w) {
+                w.writeMachineAxisValues({AxisValue(1.5), AxisValue(-0.1)});
+            },
             u32(44) + u32(2) + f64(1.5) + f64(-0.1)},
-        {"vectors narrowed to the nearest float", [](auto& w) { w.writeToolAxis({0.1, -1e-50, 16777217.0}); },
+        {"vectors narrowed to the nearest float",
+            [](auto& w) {
+                w.writeToolAxis({0.1, -1e-50, 16777217.0});
+            },
             u32(37) + vec(0.1f, -0.0f, 16777216.0f)},
     };
     for (auto const& test : cases)
@@ -151,8 +157,8 @@ TEST(KernelOutputStream, TextEntitiesInBothEncodings)
         std::string ucs4Bytes;
     };
     std::vector<TextCase> const cases {
-        {"information", [](auto& w) { w.writeInformation(L"a\U0001F600\u00E9"); },
-            u32(23) + ucs2(u"a\U0001F600\u00E9"), u32(23) + ucs4(U"a\U0001F600\u00E9")},
+        {"information", [](auto& w) { w.writeInformation(L"a\U0001F600\u00E9"); }, u32(23) + ucs2(u"a\U0001F600\u00E9"),
+            u32(23) + ucs4(U"a\U0001F600\u00E9")},
         {"warning", [](auto& w) { w.writeWarning(L"w"); }, u32(24) + ucs2(u"w"), u32(24) + ucs4(U"w")},
         {"error text", [](auto& w) { w.writeError(L"e"); }, u32(25) + ucs2(u"e"), u32(25) + ucs4(U"e")},
         {"debug", [](auto& w) { w.writeDebug(L""); }, u32(26) + u32(0), u32(26) + u32(0)},
@@ -292,8 +298,9 @@ TEST(KernelOutputStream, DestructorLogsAndFlushesWithoutDebug)
         });
         writer.writeEnd();
     }
-    EXPECT_EQ(lines, (std::vector<std::string> {"KernelOutputStream::~KernelOutputStream() (nothing written yet)",
-                         "KernelOutputStream::~KernelOutputStream(): done"}));
+    EXPECT_EQ(lines,
+        (std::vector<std::string> {"KernelOutputStream::~KernelOutputStream() (nothing written yet)",
+            "KernelOutputStream::~KernelOutputStream(): done"}));
     EXPECT_EQ(sink.bytes, u32(2));
 
     // flushStream hands the buffer over and flushes the output; closeStream closes it.
@@ -341,8 +348,8 @@ TEST(KernelOutputStream, OutputFailuresNameTheFieldAndItsOffset)
             EXPECT_EQ(ioError([&] { c.last(writer); }), c.error) << c.what;
             // From then on every entity throws the same way at its own offset.
             std::uint64_t const at = writer.getPosition();
-            EXPECT_EQ(ioError([&] { writer.writeToolAxis({}); }),
-                (IOError {L"Cannot write field 37: " + c.laterCause, at}))
+            EXPECT_EQ(
+                ioError([&] { writer.writeToolAxis({}); }), (IOError {L"Cannot write field 37: " + c.laterCause, at}))
                 << c.what;
             EXPECT_EQ(ioError([&] { writer.writeHeader(); }), (IOError {L"Cannot write field 0: " + c.laterCause, at}))
                 << c.what;

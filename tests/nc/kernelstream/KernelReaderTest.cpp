@@ -84,8 +84,8 @@ RecordingKernelStream replayed(std::string const& bytes)
     return recorder;
 }
 
-KernelOutputInterface::MemoryInformation64 const memory {64, 1ull << 34, 1ull << 33, 42, 5, 6, 7, 8, 9, 10, 4096,
-    65536};
+KernelOutputInterface::MemoryInformation64 const memory {
+    64, 1ull << 34, 1ull << 33, 42, 5, 6, 7, 8, 9, 10, 4096, 65536};
 AxisOrdering const ordering {AxisInfo("head", "A"), AxisInfo("", "\xC3\x84")};
 
 // One entity of every kind, in numbers that floats hold exactly, texts with characters beyond
@@ -220,8 +220,8 @@ protected:
         ++moves;
         return KernelReader::onLinearMove(position, movement);
     }
-    bool onCircularMove(Vector3D const& end, Vector3D const& center, Vector3D const& normal,
-        NCStream::Movement movement) override
+    bool onCircularMove(
+        Vector3D const& end, Vector3D const& center, Vector3D const& normal, NCStream::Movement movement) override
     {
         ++moves;
         return KernelReader::onCircularMove(end, center, normal, movement);
@@ -285,8 +285,8 @@ TEST(KernelReader, HeaderSetsTheEncodingWithinItsLimits)
         {"length 0", u32(0), L"", false},
         {"UCS-4", u32(2) + u32('h') + u32(0x1F600), L"h\U0001F600", true},
         // The first two units are a surrogate pair, the third unit a lone low surrogate.
-        {"UCS-2 with a pair in the probe", u32(3) + std::string("\x3D\xD8\x00\xDE\x00\xDC", 6),
-            L"\U0001F600\uFFFD", false},
+        {"UCS-2 with a pair in the probe", u32(3) + std::string("\x3D\xD8\x00\xDE\x00\xDC", 6), L"\U0001F600\uFFFD",
+            false},
         {"UCS-2 starting with h", u32(2) + std::string("h\0i\0", 4), L"hi", false},
         {"no kernel URI", u32(3) + std::string("a\0b\0c\0", 6), L"abc", false},
     };
@@ -399,8 +399,8 @@ TEST(KernelReader, UnknownFieldCodesThrowWithTheirOffset)
         EXPECT_EQ(ioError([&] { replayed(patched(bytes, Header2, u32(code))); }),
             (IOError {L"Unknown field code " + std::to_wstring(code) + L".", Header2}));
     }
-    EXPECT_EQ(ioError([&] { replayed(patched(bytes, Header2, u32(0))); }),
-        (IOError {L"Field 0 after the header.", Header2}));
+    EXPECT_EQ(
+        ioError([&] { replayed(patched(bytes, Header2, u32(0))); }), (IOError {L"Field 0 after the header.", Header2}));
     EXPECT_EQ(ioError([&] { replayed(bytes.substr(Header2 - 20)); }), // starts with the version
         (IOError {L"Not a CAM kernel stream.", 0}));
     EXPECT_EQ(ioError([&] { replayed(""); }), (IOError {L"Not a CAM kernel stream.", 0}));
