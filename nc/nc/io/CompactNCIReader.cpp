@@ -24,26 +24,11 @@ namespace {
 
 using Impl = CompactNCIImpl;
 
-constexpr std::uint64_t UnknownEnd = std::numeric_limits<std::uint64_t>::max();
+constexpr std::uint64_t UnknownEnd = BufferedInputStream::UnknownEnd;
 // isValid and getVersion read only the header.
 constexpr std::size_t HeaderBufferSize = 4096;
 constexpr std::uint64_t VersionRecordSize = 7;
 constexpr std::uint32_t ProfileSlots = 27;
-
-std::uint64_t findEnd(BufferedInputStream const& in)
-{
-    std::optional<std::uint64_t> remaining = in.getRemaining();
-    return remaining ? in.getPosition() + *remaining : UnknownEnd;
-}
-
-// Reading ahead on a thread of its own pays from a few blocks on; the size of a pipe is unknown.
-BufferedInputStream::ReadAhead readAheadFor(InputStream const& stream)
-{
-    constexpr std::uint64_t ReadAheadFrom = 4 * BufferedInputStream::DefaultBufferSize;
-    std::optional<std::uint64_t> size = stream.getSize();
-    bool const large = !size || *size < stream.getPosition() || *size - stream.getPosition() > ReadAheadFrom;
-    return large ? BufferedInputStream::ReadAhead::Background : BufferedInputStream::ReadAhead::Inline;
-}
 
 std::wstring number(std::uint64_t value) { return std::to_wstring(value); }
 
@@ -163,7 +148,7 @@ CompactNCIReader::Version CompactNCIReader::getVersion(std::wstring const& fileN
 
 std::wstring CompactNCIReader::readWideString(BufferedInputStream& in)
 {
-    Place at {in.getPosition(), findEnd(in), 0};
+    Place at {in.getPosition(), in.getEnd(), 0};
     std::wstring text;
     std::u16string raw;
     readWide(in, text, raw, at);
@@ -172,7 +157,7 @@ std::wstring CompactNCIReader::readWideString(BufferedInputStream& in)
 
 CompactNCIReader::Version CompactNCIReader::readHeader(BufferedInputStream& in)
 {
-    Place at {in.getPosition(), findEnd(in), 0};
+    Place at {in.getPosition(), in.getEnd(), 0};
     if (bytesLeft(in, at.end) < 4)
         throw IOException(L"Truncated header.", at.offset);
     std::uint32_t length = in.readUInt32();
@@ -201,13 +186,14 @@ CompactNCIReader::Version CompactNCIReader::readHeader(BufferedInputStream& in)
 bool CompactNCIReader::import(InputStream* stream)
 {
     NCStream& target = *SafePointer<NCStream>(getNCStream());
-    BufferedInputStream in(stream, BufferedInputStream::DefaultBufferSize, readAheadFor(*stream));
+    BufferedInputStream in(
+        stream, BufferedInputStream::DefaultBufferSize, BufferedInputStream::readAheadFor(*stream));
     Version version = readHeader(in);
     if (!isSupported(version))
         throw IOException(L"Unsupported version " + number(version.major) + L"." + number(version.minor) + L"."
                 + number(version.build) + L".",
             in.getPosition() - VersionRecordSize);
-    place = {in.getPosition(), findEnd(in), 0};
+    place = {in.getPosition(), in.getEnd(), 0};
     toolPending = false;
     toolPartsLeft = 0;
     if (!target.onOpen() || !replay(in, target))

@@ -157,45 +157,7 @@ public:
     // Passes text to the logging callback, if there is one.
     void log(std::string const& text);
 
-    void writeHeader() override;
-    void writeVersion() override;
-    void writeEnd() override;
-    void writeMemoryInformation(MemoryInformation64 const& information) override;
-    void writeModule(wchar_t const* name, std::uint64_t address, std::uint64_t size) override;
-    void writeOutOfMemory(std::uint64_t requested, std::uint64_t available) override;
-    void writeProcessInfo(
-        std::uint64_t processingTime, double usage, std::uint64_t memoryUsage, std::uint64_t peakMemoryUsage) override;
-    void writeTaskId(wchar_t const* id) override;
-    void writeError(unsigned int code) override;
-    void writeInformation(wchar_t const* text) override;
-    void writeWarning(wchar_t const* text) override;
-    void writeError(wchar_t const* text) override;
-    void writeDebug(wchar_t const* text) override;
-    void writeParameter(wchar_t const* name, wchar_t const* value) override;
-    void writeProgress(double fraction) override;
-    void writeToolpathOpen() override;
-    void writeToolpathClose() override;
-    void writeToolpathBreak() override;
-    void writeBeginPathFragment() override;
-    void writeEndPathFragment() override;
-    void writeLine(Vector3D const& position, NCStream::Movement movement) override;
-    void writeLine(Vector3D const& position, Vector3D const& axis, NCStream::Movement movement) override;
-    void writeArc(
-        Vector3D const& end, Vector3D const& center, Vector3D const& normal, NCStream::Movement movement) override;
-    void writeToolAxis(Vector3D const& axis) override;
-    void writeContactNormal(Vector3D const& normal) override;
-    void writeExpandOpen() override;
-    void writeExpandClose() override;
-    void writeTurnGroupBegin(NCStream::TurnGroupType type) override;
-    void writeTurnGroupEnd() override;
-    void writeGroupBegin(wchar_t const* name) override;
-    void writeGroupEnd() override;
-    void writeDwell(double seconds) override;
-    void writeCommand(NCStream::Command command) override;
-    void writeMachineAxisOrdering(AxisOrdering const& ordering) override;
-    void writeMachineAxisValues(AxisValues const& values) override;
-    void flushStream() override;
-    void closeStream() override;
+#include "nc/nc/kernelstream/KernelOutputOverrides.inc"
 
     // Bytes written so far (buffered ones included).
     std::uint64_t getPosition() const noexcept { return out.getPosition(); }

@@ -22,25 +22,10 @@ namespace {
 
 using Out = KernelOutputStream;
 
-constexpr std::uint64_t UnknownEnd = std::numeric_limits<std::uint64_t>::max();
+constexpr std::uint64_t UnknownEnd = BufferedInputStream::UnknownEnd;
 
 // A window of the buffer this long holds any of the frequent entities whole (an arc).
 constexpr std::size_t LongestMove = 44;
-
-std::uint64_t findEnd(BufferedInputStream const& in)
-{
-    std::optional<std::uint64_t> remaining = in.getRemaining();
-    return remaining ? in.getPosition() + *remaining : UnknownEnd;
-}
-
-// Reading ahead on a thread of its own pays from a few blocks on; the size of a pipe is unknown.
-BufferedInputStream::ReadAhead readAheadFor(InputStream const& stream)
-{
-    constexpr std::uint64_t ReadAheadFrom = 4 * BufferedInputStream::DefaultBufferSize;
-    std::optional<std::uint64_t> size = stream.getSize();
-    bool const large = !size || *size < stream.getPosition() || *size - stream.getPosition() > ReadAheadFrom;
-    return large ? BufferedInputStream::ReadAhead::Background : BufferedInputStream::ReadAhead::Inline;
-}
 
 std::wstring number(std::uint64_t value) { return std::to_wstring(value); }
 
@@ -97,9 +82,10 @@ void KernelReader::open(InputStream* source)
     QUARN_EXPECTS(source != nullptr);
     close();
     SafePointer<InputStream> checked(source);
-    in = std::make_unique<BufferedInputStream>(source, BufferedInputStream::DefaultBufferSize, readAheadFor(*checked));
+    in = std::make_unique<BufferedInputStream>(
+        source, BufferedInputStream::DefaultBufferSize, BufferedInputStream::readAheadFor(*checked));
     start = in->getPosition();
-    place = {start, findEnd(*in), 0};
+    place = {start, in->getEnd(), 0};
     headerRead = false;
     ucs4 = false;
     endedNormally = false;

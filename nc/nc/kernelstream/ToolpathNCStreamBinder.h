@@ -91,43 +91,9 @@ public:
     // onHeader: a reader that got false can tell this binder's refusal from its own.
     bool isStopped() const noexcept { return stopped; }
 
-    bool onToolpathOpen(std::uint32_t type, std::uint32_t version) override;
-    bool onToolpathBreak() override;
-    bool onToolpathClose() override;
-    bool onLinearMove(Vector3D const& position, NCStream::Movement movement) override;
-    bool onLinear5DMove(Vector3D const& position, Vector3D const& toolAxis, NCStream::Movement movement) override;
-    bool onCircularMove(
-        Vector3D const& end, Vector3D const& center, Vector3D const& normal, NCStream::Movement movement) override;
-    bool onToolAxis(Vector3D const& axis) override;
-    bool onContactNormal(Vector3D const& normal) override;
-    bool onDwell(double seconds) override;
-    bool onCommand(NCStream::Command command) override;
-    bool onGroup(wchar_t const* name) override;
-    bool onGroupEnd() override;
-    bool onExpandOpen() override;
-    bool onExpandClose() override;
-    bool onBeginFragment() override;
-    bool onEndFragment() override;
-    bool onTurnGroup(NCStream::TurnGroupType type) override;
-    bool onTurnGroupEnd() override;
-    bool onProgress(double fraction) override;
-    bool onMachineAxisOrdering(AxisOrdering const& ordering) override;
-    bool onMachineAxisValues(AxisValues const& values) override;
+#include "nc/nc/kernelstream/ToolpathStreamOverrides.inc"
 
-    bool onHeader(wchar_t const* text) override;
-    bool onEnd() override;
-    bool onError(unsigned int code) override;
-    bool onError(wchar_t const* text) override;
-    bool onWarning(wchar_t const* text) override;
-    bool onInformation(wchar_t const* text) override;
-    bool onDebug(wchar_t const* text) override;
-    bool onParameter(wchar_t const* name, wchar_t const* value) override;
-    bool onTaskId(wchar_t const* id) override;
-    bool onModule(wchar_t const* name, std::uint64_t address, std::uint64_t size) override;
-    bool onMemoryInformation(KernelOutputInterface::MemoryInformation64 const& information) override;
-    bool onOutOfMemory(std::uint64_t requested, std::uint64_t available) override;
-    bool onProcessInfo(
-        std::uint64_t processingTime, double usage, std::uint64_t memoryUsage, std::uint64_t peakMemoryUsage) override;
+#include "nc/nc/kernelstream/KernelStreamOverrides.inc"
 
 private:
     // Polls the abort source: false, and stopped, once it reports an abort.

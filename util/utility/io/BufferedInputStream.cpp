@@ -33,6 +33,14 @@ std::optional<std::uint64_t> BufferedInputStream::sourceSize() const
     return prefetcher ? sizeAtStart : source->getSize();
 }
 
+BufferedInputStream::ReadAhead BufferedInputStream::readAheadFor(InputStream const& source)
+{
+    constexpr std::uint64_t ReadAheadFrom = 4 * DefaultBufferSize;
+    std::optional<std::uint64_t> size = source.getSize();
+    bool const large = !size || *size < source.getPosition() || *size - source.getPosition() > ReadAheadFrom;
+    return large ? ReadAhead::Background : ReadAhead::Inline;
+}
+
 std::optional<std::uint64_t> BufferedInputStream::getRemaining() const
 {
     std::optional<std::uint64_t> size = sourceSize();

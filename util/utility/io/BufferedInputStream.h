@@ -28,6 +28,12 @@ public:
     static constexpr std::size_t ReadAheadBlocks = 4;
 
     enum class ReadAhead { Inline, Background };
+    // The end offset of a source that cannot tell its size (a pipe): the largest offset.
+    static constexpr std::uint64_t UnknownEnd = ~std::uint64_t {0};
+
+    // Background for a source of more than a few blocks or of unknown size, where reading on a
+    // thread of its own pays; Inline for the rest.
+    static ReadAhead readAheadFor(InputStream const& source);
 
     // The source is not owned. A buffer size of 0 is taken as 1.
     explicit BufferedInputStream(
@@ -82,6 +88,12 @@ public:
     // Bytes left before the source's known size, so that a length read from a file can be
     // checked before anything is allocated for it; empty when the source's size is unknown.
     std::optional<std::uint64_t> getRemaining() const;
+    // The offset at which the source ends; UnknownEnd when it cannot tell.
+    std::uint64_t getEnd() const
+    {
+        std::optional<std::uint64_t> remaining = getRemaining();
+        return remaining ? getPosition() + *remaining : UnknownEnd;
+    }
 
     // Bytes consumed by the caller (plus the source's position when the buffer was made).
     std::uint64_t getPosition() const override
