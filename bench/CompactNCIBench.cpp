@@ -1,5 +1,6 @@
 // Compact NCI writing and replay of a generated program of 10 million moves, each measured against
 // this machine's page-cache bandwidth for a file of the same size, and the peak memory of a replay.
+#include "FileFormatBench.h"
 #include "nc/nc/NCContext.h"
 #include "nc/nc/NCStreamDefaultImpl.h"
 #include "nc/nc/NCTool.h"
@@ -11,53 +12,20 @@
 
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
-#include <array>
-#include <chrono>
-#include <cmath>
-#include <cstdio>
+#include <cstdint>
 #include <filesystem>
-#include <fstream>
-#include <memory>
-#include <string>
-#include <string_view>
-#include <unistd.h>
-#include <vector>
 
 using namespace Quarn;
 
 namespace {
 
 constexpr std::int64_t Moves = 10'000'000;
-// Block size of the plain reads and writes that measure the page cache.
-constexpr std::size_t BlockSize = 1 << 20;
-constexpr double GB = 1e9;
-
-using Clock = std::chrono::steady_clock;
-
-double secondsSince(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
-
-std::filesystem::path temporaryPath(char const* name)
-{
-    return std::filesystem::temp_directory_path() / (std::string("CompactNCIBench-") + std::to_string(getpid()) + name);
-}
-
-std::filesystem::path const programPath = temporaryPath(".nci");
-std::filesystem::path const plainPath = temporaryPath(".bin");
 
 // A milling program: passes of a rapid approach, straight cuts, arcs and five-axis moves over rows
-// of 4096 points. Points and directions come from tables, so that making up the program costs
-// little beside the writing that is measured.
+// of 4096 points. Points and directions come from Bench::MillingPattern.
 bool sendProgram(NCStream& s)
 {
-    std::array<Vector3D, 64> directions;
-    for (std::size_t i = 0; i < directions.size(); ++i) {
-        double const angle = 0.01 * static_cast<double>(i);
-        directions[i] = {std::sin(angle), 0.0, std::cos(angle)};
-    }
-    std::vector<Vector3D> row(4096);
-    for (std::size_t step = 0; step < row.size(); ++step)
-        row[step] = {0.25 * static_cast<double>(step), 0.0, -0.5 - 0.001 * static_cast<double>(step)};
+    Bench::MillingPattern const pattern;
     unsigned int const cut = NCStream::getMovementFlags(NCStream::MOVEMENT_CUTTING);
     unsigned int const rapid = NCStream::getMovementFlags(NCStream::MOVEMENT_RAPID);
     Vector3D const z(0, 0, 1);
@@ -69,8 +37,7 @@ bool sendProgram(NCStream& s)
         return false;
     int phase = 0; // of a pass of 100 moves
     for (std::int64_t i = 0; i < Moves; ++i) {
-        Vector3D at = row[static_cast<std::size_t>(i & 0xFFF)];
-        at.y = static_cast<double>((i >> 12) & 0xFF);
+        Vector3D const at = pattern.point(i);
         bool go;
         if (phase == 0 || phase == 99)
             go = s.onRapid({at.x, at.y, 10.0}, rapid);
@@ -80,7 +47,7 @@ bool sendProgram(NCStream& s)
             go = (phase & 1) != 0 ? s.onCWArc({at.x - 1.0, at.y, at.z}, at, z, 900.0, cut)
                                   : s.onCCWArc({at.x - 1.0, at.y, at.z}, at, z, 900.0, cut);
         else
-            go = s.onLinear5D(at, directions[static_cast<std::size_t>(i & 63)], 800.0, cut);
+            go = s.onLinear5D(at, pattern.axis(i), 800.0, cut);
         if (!go)
             return false;
         if (++phase == 100)
@@ -90,35 +57,13 @@ bool sendProgram(NCStream& s)
 }
 
 // Written as quarnnc writes its output files: the file on a thread of its own, behind the writer.
-void writeProgram()
+void writeProgram(std::filesystem::path const& path)
 {
-    FileOutputStream file(programPath.wstring());
+    FileOutputStream file(path.wstring());
     WriteBehindOutputStream behind(&file);
     CompactNCIWriter writer(&behind);
     sendProgram(writer);
     behind.close();
-}
-
-std::uint64_t programSize() { return std::filesystem::file_size(programPath); }
-
-void writePlain(std::uint64_t size)
-{
-    auto block = std::make_unique<char[]>(BlockSize);
-    std::fill_n(block.get(), BlockSize, 'x');
-    FileOutputStream file(plainPath.wstring());
-    for (std::uint64_t left = size; left != 0;) {
-        std::size_t const count = static_cast<std::size_t>(std::min<std::uint64_t>(left, BlockSize));
-        file.write(block.get(), count);
-        left -= count;
-    }
-    file.close();
-}
-
-void readPlain()
-{
-    auto block = std::make_unique<char[]>(BlockSize);
-    FileInputStream file(programPath.wstring());
-    while (file.read(block.get(), BlockSize) != 0) { }
 }
 
 bool replay(std::filesystem::path const& path)
@@ -130,110 +75,32 @@ bool replay(std::filesystem::path const& path)
     return reader.import(&file);
 }
 
-// Best of the iterations for each side, so that a moment of load on the shared machine does not
-// decide a ratio.
-struct Pair {
-    double bestFormat = 1e30;
-    double bestPlain = 1e30;
-    void take(double format, double plain)
-    {
-        bestFormat = std::min(bestFormat, format);
-        bestPlain = std::min(bestPlain, plain);
-    }
-};
+Bench::FileFormat const program("CompactNCIBench", ".nci", writeProgram, replay);
 
 void CompactNCIWriteVsPageCacheWrite(benchmark::State& state)
 {
-    Pair times;
-    for (auto _ : state) {
-        // Each write starts with nothing dirty: the system's write-back of the last one must
-        // not run while the next is timed.
-        ::sync();
-        Clock::time_point start = Clock::now();
-        writeProgram();
-        double const format = secondsSince(start);
-        ::sync();
-        start = Clock::now();
-        writePlain(programSize());
-        double const plain = secondsSince(start);
-        state.SetIterationTime(format);
-        times.take(format, plain);
-    }
-    auto const bytes = static_cast<double>(programSize());
+    Bench::Pair const times = program.writeVsPageCache(state);
+    auto const bytes = static_cast<double>(program.size());
     state.SetBytesProcessed(static_cast<std::int64_t>(bytes) * state.iterations());
     state.counters["file_MB"] = bytes / 1e6;
-    state.counters["writer_GBps"] = bytes / times.bestFormat / GB;
-    state.counters["page_cache_write_GBps"] = bytes / times.bestPlain / GB;
+    state.counters["writer_GBps"] = bytes / times.bestFormat / Bench::GB;
+    state.counters["page_cache_write_GBps"] = bytes / times.bestPlain / Bench::GB;
     state.counters["writer_vs_write_pct"] = 100.0 * times.bestPlain / times.bestFormat;
-    // Only the program is read later; the system need not keep the other file in its cache.
-    std::error_code ignored;
-    std::filesystem::remove(plainPath, ignored);
 }
 
 void CompactNCIReplayVsPageCacheRead(benchmark::State& state)
 {
-    if (!std::filesystem::exists(programPath))
-        writeProgram();
-    // The system writes back what the writing benchmark left dirty: not while reading is timed.
-    ::sync();
-    Pair times;
-    for (auto _ : state) {
-        Clock::time_point start = Clock::now();
-        if (!replay(programPath))
-            state.SkipWithError("the replay stopped");
-        double const format = secondsSince(start);
-        start = Clock::now();
-        readPlain();
-        double const plain = secondsSince(start);
-        state.SetIterationTime(format);
-        times.take(format, plain);
-    }
-    auto const bytes = static_cast<double>(programSize());
+    Bench::Pair const times
+        = program.replayVsPageCache(state, [] { return replay(program.file); }, "the replay stopped");
+    auto const bytes = static_cast<double>(program.size());
     state.SetBytesProcessed(static_cast<std::int64_t>(bytes) * state.iterations());
     state.SetItemsProcessed(Moves * state.iterations());
-    state.counters["replay_GBps"] = bytes / times.bestFormat / GB;
-    state.counters["page_cache_read_GBps"] = bytes / times.bestPlain / GB;
+    state.counters["replay_GBps"] = bytes / times.bestFormat / Bench::GB;
+    state.counters["page_cache_read_GBps"] = bytes / times.bestPlain / Bench::GB;
     state.counters["replay_vs_read_pct"] = 100.0 * times.bestPlain / times.bestFormat;
 }
 
-// VmHWM (peak resident set) of this process in KiB.
-long peakResidentKiB()
-{
-    std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);)
-        if (line.rfind("VmHWM:", 0) == 0)
-            return std::stol(line.substr(6));
-    return -1;
-}
-
-constexpr std::string_view ChildOption = "--replay-child";
-
-// Runs in a process of its own: prints the peak resident set before and after a replay.
-int replayChild(char const* path)
-{
-    long const before = peakResidentKiB();
-    bool const replayed = replay(path);
-    std::printf("%ld %ld\n", before, peakResidentKiB());
-    return replayed ? 0 : 1;
-}
-
-void CompactNCIReplayPeakMemory(benchmark::State& state)
-{
-    if (!std::filesystem::exists(programPath))
-        writeProgram();
-    std::string const command = std::filesystem::read_symlink("/proc/self/exe").string() + " "
-        + std::string(ChildOption) + " " + programPath.string();
-    long before = 0;
-    long peak = 0;
-    for (auto _ : state) {
-        std::FILE* child = popen(command.c_str(), "r");
-        if (child == nullptr || std::fscanf(child, "%ld %ld", &before, &peak) != 2 || pclose(child) != 0)
-            state.SkipWithError("the replay process failed");
-    }
-    state.counters["file_MB"] = static_cast<double>(programSize()) / 1e6;
-    state.counters["peak_rss_MiB"] = static_cast<double>(peak) / 1024.0;
-    state.counters["rss_growth_MiB"] = static_cast<double>(peak - before) / 1024.0;
-}
+void CompactNCIReplayPeakMemory(benchmark::State& state) { program.replayPeakMemory(state); }
 
 } // namespace
 
@@ -241,17 +108,4 @@ BENCHMARK(CompactNCIWriteVsPageCacheWrite)->Iterations(5)->UseManualTime()->Unit
 BENCHMARK(CompactNCIReplayVsPageCacheRead)->Iterations(30)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(CompactNCIReplayPeakMemory)->Iterations(1)->Unit(benchmark::kMillisecond);
 
-int main(int argc, char** argv)
-{
-    if (argc == 3 && argv[1] == ChildOption)
-        return replayChild(argv[2]);
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    std::error_code ignored;
-    std::filesystem::remove(programPath, ignored);
-    std::filesystem::remove(plainPath, ignored);
-    return 0;
-}
+int main(int argc, char** argv) { return program.run(argc, argv); }

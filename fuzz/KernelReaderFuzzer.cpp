@@ -3,48 +3,22 @@
 // written again to the same bytes. The bytes are also read in short pieces, so that entities
 // straddle every block of the reader's buffer, and through a derived reader, whose handlers see
 // every entity: that must give the same stream, or the same error.
+#include "ChunkedInputStream.h"
 #include "nc/nc/kernelstream/KernelOutputStream.h"
 #include "nc/nc/kernelstream/KernelReader.h"
 #include "nc/nc/kernelstream/KernelStream.h"
-#include "util/utility/IOException.h"
 #include "util/utility/io/MemoryInputStream.h"
 #include "util/utility/io/MemoryOutputStream.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <optional>
 #include <string>
 
 namespace {
 
 using namespace Quarn;
-
-// Gives its bytes in reads of at most chunk bytes.
-class ChunkedInputStream final : public InputStream {
-public:
-    ChunkedInputStream(void const* data, std::size_t size, std::size_t chunk)
-        : data(static_cast<unsigned char const*>(data)), size(size), chunk(chunk)
-    {
-    }
-    std::size_t read(void* buffer, std::size_t count) override
-    {
-        count = std::min({count, chunk, size - position});
-        std::memcpy(buffer, data + position, count);
-        position += count;
-        return count;
-    }
-    std::uint64_t getPosition() const override { return position; }
-    std::optional<std::uint64_t> getSize() const override { return size; }
-
-private:
-    unsigned char const* data;
-    std::size_t size;
-    std::size_t chunk;
-    std::size_t position = 0;
-};
 
 // Writes every entity it gets, in the text encoding the reader found in the header.
 class Rewriter final : public KernelStream {
@@ -162,44 +136,21 @@ Rewrite rewrite(void const* data, std::size_t size)
     return rewrite(in);
 }
 
-// The rewrite of the bytes read in pieces through the handlers, or the error that reading them
-// throws.
-struct Outcome {
-    Rewrite result;
-    std::wstring error;
-    std::optional<std::uint64_t> offset;
-    bool operator==(Outcome const&) const = default;
-};
-
-Outcome rewriteInPieces(void const* data, std::size_t size)
-{
-    ChunkedInputStream in(data, size, 1 + size % 61);
-    try {
-        return {rewrite<HandlerReader>(in), {}, {}};
-    } catch (IOException const& e) {
-        return {{}, e.getMessage(), e.getOffset()};
-    }
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
-    Rewrite first;
-    try {
-        first = rewrite(data, size);
-    } catch (IOException const& e) {
-        if (rewriteInPieces(data, size) != Outcome {{}, e.getMessage(), e.getOffset()})
-            std::abort();
+    // The bytes in pieces are read through the handlers.
+    std::optional<Rewrite> const first = Fuzz::readWholeAndInPieces(
+        data, size, [](InputStream& in) { return rewrite(in); },
+        [](InputStream& in) { return rewrite<HandlerReader>(in); });
+    if (!first)
         return 0;
-    }
-    if (rewriteInPieces(data, size) != Outcome {first, {}, {}})
-        std::abort();
     // The first rewrite settles what the stream keeps (the header text, floats, the words the
     // reader ignores); from then on the bytes must stay the same, and our own output must always
     // read to its end.
-    Rewrite const second = rewrite(first.stream.data(), first.stream.size());
-    if (second.stream != first.stream || !second.completed)
+    Rewrite const second = rewrite(first->stream.data(), first->stream.size());
+    if (second.stream != first->stream || !second.completed)
         std::abort();
     return 0;
 }
