@@ -662,6 +662,7 @@ bool CompactNCIWriter::onTurnGroup(char const* name)
 {
     if (NCCycle::getWellKnownCycle(name) == NCCycle::CYCLE_TURNING_TNR) {
         turnGroupSuppressed = true;
+        countLeftOut(NCEvent::onTurnGroup);
         return true;
     }
     return onGroup(name);
@@ -841,6 +842,57 @@ bool CompactNCIWriter::onClose()
         throwOutputFailure(L"Cannot flush the output", out.getPosition(), e);
     }
     return true;
+}
+
+bool CompactNCIWriter::onToolpathEntityIndex(ToolpathEntityIndex const& index)
+{
+    countLeftOut(NCEvent::onToolpathEntityIndex);
+    return NCStreamDefaultImpl::onToolpathEntityIndex(index);
+}
+
+bool CompactNCIWriter::onRadiusCompensationMode(bool enable)
+{
+    countLeftOut(NCEvent::onRadiusCompensationMode);
+    return NCStreamDefaultImpl::onRadiusCompensationMode(enable);
+}
+
+bool CompactNCIWriter::onRadiusCompensation(Compensation compensation)
+{
+    countLeftOut(NCEvent::onRadiusCompensation);
+    return NCStreamDefaultImpl::onRadiusCompensation(compensation);
+}
+
+bool CompactNCIWriter::onSpline(
+    Vector3D const& control1, Vector3D const& control2, Vector3D const& end, double feedrate, unsigned int flags)
+{
+    countLeftOut(NCEvent::onSpline);
+    return NCStreamDefaultImpl::onSpline(control1, control2, end, feedrate, flags);
+}
+
+bool CompactNCIWriter::onBezier(
+    Vector3D const& control1, Vector3D const& control2, Vector3D const& end, double feedrate, unsigned int flags)
+{
+    countLeftOut(NCEvent::onBezier);
+    return NCStreamDefaultImpl::onBezier(control1, control2, end, feedrate, flags);
+}
+
+bool CompactNCIWriter::onNURBS(Vector3D const* controlPoints, unsigned int count, double const* knots,
+    unsigned int knotCount, double feedrate, unsigned int flags)
+{
+    countLeftOut(NCEvent::onNURBS);
+    return NCStreamDefaultImpl::onNURBS(controlPoints, count, knots, knotCount, feedrate, flags);
+}
+
+bool CompactNCIWriter::onSkip()
+{
+    countLeftOut(NCEvent::onSkip);
+    return NCStreamDefaultImpl::onSkip();
+}
+
+bool CompactNCIWriter::onLineNumber(unsigned int line)
+{
+    countLeftOut(NCEvent::onLineNumber);
+    return NCStreamDefaultImpl::onLineNumber(line);
 }
 
 } // namespace Quarn

@@ -4,6 +4,7 @@
 #include "nc/nc/NCStreamDefaultImpl.h"
 #include "util/utility/io/BufferedOutputStream.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -52,12 +53,13 @@ template <std::size_t Size> struct CompactNCIBlock;
 //   500 onFrame        text tag, text base frame tag, point origin, point x axis, point z axis
 //   context, tool      see below
 // Events not listed (onToolpathEntityIndex, radius compensation, splines, Bezier and NURBS
-// curves, onSkip, onLineNumber) are not recorded; they answer getResult() as the base does.
+// curves, onSkip, onLineNumber) are not recorded; they answer as the base does and are counted
+// by kind (getLeftOut).
 //
 // An int parameter named CompactNCIImpl::getForceToolChangeUri() is not recorded: it sets a
 // pending forced tool change (value != 0), which the next context records in its
 // forceToolChange flag; onOpen and onSection clear it. A turn group naming the well-known cycle
-// "turning-TNR" is dropped with its end.
+// "turning-TNR" is dropped with its end (counted as a left-out onTurnGroup).
 //
 // The context record. With map-to-WCS the context is first re-expressed in its WCS
 // (NCContext::convertWorkViewToWCS: origin and plane become relative to wcsOrigin and
@@ -152,6 +154,9 @@ public:
     void setMapToWCS(bool map) noexcept { mapToWCS = map; }
     bool getMapToWCS() const noexcept { return mapToWCS; }
 
+    // Events of a kind that the format has no record for and that were not written.
+    std::uint64_t getLeftOut(NCEvent kind) const noexcept { return leftOut[static_cast<std::size_t>(kind)]; }
+
     using NCStreamDefaultImpl::onLinear5D;
     using NCStreamDefaultImpl::onParameter;
     using NCStreamDefaultImpl::onRapid5D;
@@ -207,7 +212,22 @@ public:
     bool onFrame(TaggedFrame const& frame) override;
     bool onClose() override;
 
+    // Not recorded: counted.
+    bool onToolpathEntityIndex(ToolpathEntityIndex const& index) override;
+    bool onRadiusCompensationMode(bool enable) override;
+    bool onRadiusCompensation(Compensation compensation) override;
+    bool onSpline(Vector3D const& control1, Vector3D const& control2, Vector3D const& end, double feedrate,
+        unsigned int flags) override;
+    bool onBezier(Vector3D const& control1, Vector3D const& control2, Vector3D const& end, double feedrate,
+        unsigned int flags) override;
+    bool onNURBS(Vector3D const* controlPoints, unsigned int count, double const* knots, unsigned int knotCount,
+        double feedrate, unsigned int flags) override;
+    bool onSkip() override;
+    bool onLineNumber(unsigned int line) override;
+
 private:
+    void countLeftOut(NCEvent kind) noexcept { ++leftOut[static_cast<std::size_t>(kind)]; }
+
     // A motion-like record of fixed size: the code, then each field in turn (Vector3D as three
     // floats, double as a float, unsigned int as a uint32).
     template <class... Fields> void writeFixed(std::uint32_t code, Fields const&... fields);
@@ -241,6 +261,7 @@ private:
     bool mapToWCS = false;
     bool forceToolChangePending = false;
     bool turnGroupSuppressed = false;
+    std::array<std::uint64_t, NCEventCount> leftOut {};
 };
 
 } // namespace Quarn

@@ -8,7 +8,9 @@
 #include "nc/nc/machinedata/AxisOrdering.h"
 #include "nc/nc/machinedata/AxisValues.h"
 #include "tests/nc/io/CompactNCITesting.h"
+#include "tests/support/EventSamples.h"
 #include "tests/util/io/TestStreams.h"
+#include "util/utility/io/MemoryOutputStream.h"
 #include "util/utility/io/WriteBehindOutputStream.h"
 #include "util/utility/math/Point3D.h"
 #include "util/utility/math/TaggedFrame.h"
@@ -286,6 +288,24 @@ TEST(CompactNCIWriter, TurnGroupsAreWrittenAsGroupsExceptTheToolNoseRadiusGroup)
         writeRecords([](auto& w) { w.onTurnGroup("turning-TNR"), w.onTurnGroupEnd(), w.onTurnGroupEnd(); }), u32(301));
     EXPECT_EQ(writeRecords([](auto& w) { w.onTurnGroup("roughing"), w.onTurnGroupEnd(); }),
         u32(300) + text("roughing") + u32(301));
+}
+
+TEST(CompactNCIWriter, CountsTheEventsItHasNoRecordFor)
+{
+    MemoryOutputStream out;
+    CompactNCIWriter writer(&out);
+    callEveryOperation(writer, [](NCEvent, bool) { });
+    std::string const tnr = CompactNCIImpl::getUri().substr(0, 20) + "/namespace/nc/cycle/turning-TNR";
+    writer.onTurnGroup(tnr.c_str());
+    writer.onTurnGroupEnd();
+    for (std::size_t i = 0; i < NCEventCount; ++i) {
+        NCEvent const kind = static_cast<NCEvent>(i);
+        bool const leftOut = kind == NCEvent::onToolpathEntityIndex || kind == NCEvent::onRadiusCompensationMode
+            || kind == NCEvent::onRadiusCompensation || kind == NCEvent::onSpline || kind == NCEvent::onBezier
+            || kind == NCEvent::onNURBS || kind == NCEvent::onSkip || kind == NCEvent::onLineNumber
+            || kind == NCEvent::onTurnGroup;
+        EXPECT_EQ(writer.getLeftOut(kind), leftOut ? 1u : 0u) << getEventName(kind);
+    }
 }
 
 TEST(CompactNCIWriter, MapToWCSWritesTheWorkSystemRelativeToTheWCS)

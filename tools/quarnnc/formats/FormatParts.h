@@ -26,6 +26,15 @@ public:
     }
     NCStream& stream() override { return writer; }
     void finish() override { file.close(); }
+    std::vector<LeftOut> leftOut() const override
+    {
+        std::vector<LeftOut> result;
+        if constexpr (requires { writer.getLeftOut(NCEvent::onOpen); })
+            for (std::size_t i = 0; i < NCEventCount; ++i)
+                if (std::uint64_t const count = writer.getLeftOut(static_cast<NCEvent>(i)))
+                    result.push_back({static_cast<NCEvent>(i), count});
+        return result;
+    }
 
 private:
     OutputFile file;
