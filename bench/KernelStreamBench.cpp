@@ -2,6 +2,8 @@
 // measured against this machine's page-cache bandwidth for a file of the same size, and the peak
 // memory of a replay.
 #include "FileFormatBench.h"
+#include "nc/nc/NCStreamDefaultImpl.h"
+#include "nc/nc/kernelstream/KernelNCReader.h"
 #include "nc/nc/kernelstream/KernelOutputStream.h"
 #include "nc/nc/kernelstream/KernelReader.h"
 #include "nc/nc/kernelstream/KernelStream.h"
@@ -99,12 +101,31 @@ void KernelStreamReplayVsPageCacheRead(benchmark::State& state)
     state.counters["vs_page_cache"] = times.bestPlain / times.bestFormat;
 }
 
+// The same file read as an NC program: KernelNCReader, the binder to NC events and a null sink.
+void KernelNCReaderReplayVsPageCacheRead(benchmark::State& state)
+{
+    auto const replayOnce = [] {
+        FileInputStream file(stream.file.wstring());
+        NCStreamDefaultImpl sink;
+        KernelNCReader reader;
+        reader.setNCStream(&sink);
+        return reader.import(&file);
+    };
+    Bench::Pair const times = stream.replayVsPageCache(state, replayOnce, "the NC replay stopped early");
+    auto const bytes = static_cast<double>(stream.size());
+    state.SetBytesProcessed(static_cast<std::int64_t>(bytes) * state.iterations());
+    state.SetItemsProcessed(Entities * state.iterations());
+    state.counters["replay_GBps"] = bytes / times.bestFormat / Bench::GB;
+    state.counters["vs_page_cache"] = times.bestPlain / times.bestFormat;
+}
+
 void KernelStreamReplayPeakMemory(benchmark::State& state) { stream.replayPeakMemory(state); }
 
 } // namespace
 
 BENCHMARK(KernelStreamWriteVsPageCacheWrite)->Iterations(5)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(KernelStreamReplayVsPageCacheRead)->Iterations(30)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(KernelNCReaderReplayVsPageCacheRead)->Iterations(10)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(KernelStreamReplayPeakMemory)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 int main(int argc, char** argv) { return stream.run(argc, argv); }
