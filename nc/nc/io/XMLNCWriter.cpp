@@ -693,4 +693,60 @@ bool XMLNCWriter::onClose()
     return true;
 }
 
+// The events without an element, one line each: counted, then answered as the base does. A name
+// marked WRITTEN has its element above.
+#define QUARN_XML_WRITTEN(name, parameters, arguments)
+#define QUARN_XML_LEFT_OUT(name, parameters, arguments)                                                                \
+    bool XMLNCWriter::name parameters                                                                                  \
+    {                                                                                                                  \
+        ++leftOut[static_cast<std::size_t>(NCEvent::name)];                                                            \
+        return NCStreamDefaultImpl::name arguments;                                                                    \
+    }
+#define QUARN_XML_passThrough QUARN_XML_LEFT_OUT
+#define QUARN_XML_onComment QUARN_XML_WRITTEN
+#define QUARN_XML_onCommand QUARN_XML_LEFT_OUT
+#define QUARN_XML_onToolpathEntityIndex QUARN_XML_LEFT_OUT
+#define QUARN_XML_onMachineCommand QUARN_XML_LEFT_OUT
+#define QUARN_XML_onCoolant QUARN_XML_LEFT_OUT
+#define QUARN_XML_onSpindleSpeed QUARN_XML_LEFT_OUT
+#define QUARN_XML_onRadiusCompensationMode QUARN_XML_LEFT_OUT
+#define QUARN_XML_onRadiusCompensation QUARN_XML_LEFT_OUT
+#define QUARN_XML_onOpen QUARN_XML_WRITTEN
+#define QUARN_XML_onParameter QUARN_XML_WRITTEN
+#define QUARN_XML_onStock QUARN_XML_LEFT_OUT
+#define QUARN_XML_onContext QUARN_XML_WRITTEN
+#define QUARN_XML_onTool QUARN_XML_WRITTEN
+#define QUARN_XML_onToolChange QUARN_XML_WRITTEN
+#define QUARN_XML_onSection QUARN_XML_WRITTEN
+#define QUARN_XML_onGroup QUARN_XML_WRITTEN
+#define QUARN_XML_onTurnGroup QUARN_XML_LEFT_OUT
+#define QUARN_XML_onGroupEnd QUARN_XML_WRITTEN
+#define QUARN_XML_onTurnGroupEnd QUARN_XML_LEFT_OUT
+#define QUARN_XML_onSectionEnd QUARN_XML_WRITTEN
+#define QUARN_XML_onDwell QUARN_XML_WRITTEN
+#define QUARN_XML_onRapid QUARN_XML_WRITTEN
+#define QUARN_XML_onRapid5D QUARN_XML_WRITTEN
+#define QUARN_XML_onLinear QUARN_XML_WRITTEN
+#define QUARN_XML_onLinear5D QUARN_XML_WRITTEN
+#define QUARN_XML_onLinearExtrude QUARN_XML_LEFT_OUT
+#define QUARN_XML_onCWArc QUARN_XML_WRITTEN
+#define QUARN_XML_onCCWArc QUARN_XML_WRITTEN
+#define QUARN_XML_onCircular QUARN_XML_WRITTEN
+#define QUARN_XML_onCWArcExtrude QUARN_XML_LEFT_OUT
+#define QUARN_XML_onCCWArcExtrude QUARN_XML_LEFT_OUT
+#define QUARN_XML_onCircularExtrude QUARN_XML_LEFT_OUT
+#define QUARN_XML_onCWCircle QUARN_XML_WRITTEN
+#define QUARN_XML_onCCWCircle QUARN_XML_WRITTEN
+#define QUARN_XML_onSpline QUARN_XML_LEFT_OUT
+#define QUARN_XML_onBezier QUARN_XML_LEFT_OUT
+#define QUARN_XML_onNURBS QUARN_XML_LEFT_OUT
+#define QUARN_XML_onSkip QUARN_XML_LEFT_OUT
+#define QUARN_XML_onLineNumber QUARN_XML_WRITTEN
+#define QUARN_XML_onMachineAxisOrdering QUARN_XML_WRITTEN
+#define QUARN_XML_onMachineAxisValues QUARN_XML_WRITTEN
+#define QUARN_XML_onFrame QUARN_XML_WRITTEN
+#define QUARN_XML_onClose QUARN_XML_WRITTEN
+#define QUARN_NC_EVENT(name, parameters, arguments) QUARN_XML_##name(name, parameters, arguments)
+#include "nc/nc/NCEvents.def"
+
 } // namespace Quarn

@@ -5,6 +5,7 @@
 #include "util/utility/SafePointer.h"
 #include "util/utility/io/TextOutputStream.h"
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -57,7 +58,8 @@ namespace Quarn {
 //   collet) and <aggregate> (the aggregate id), each when set, when any of them is set.
 // - Axis lists separate their entries by one blank; an ordering lists the axis names only,
 //   so a name that holds a blank reads back as two.
-// - Events with an element answer true; the others answer getResult() as the base does.
+// - Events with an element answer true; the others answer getResult() as the base does and are
+//   counted by kind (getLeftOut): the document has no place for them.
 //
 // A failure of the output is an IOException, never a false: lines collect in a buffer of 64 KiB,
 // so the failure surfaces at the event whose element fills the buffer (or, through a
@@ -87,6 +89,9 @@ public:
     // The time written into the date element, in seconds since 1970-01-01 UTC; empty (the
     // default) takes the clock's time at onOpen. A fixed time makes documents reproducible.
     void setTimestamp(std::optional<std::int64_t> secondsSince1970) noexcept { timestamp = secondsSince1970; }
+
+    // Events of a kind that have no element and were not written.
+    std::uint64_t getLeftOut(NCEvent kind) const noexcept { return leftOut[static_cast<std::size_t>(kind)]; }
 
     using NCStreamDefaultImpl::onParameter;
     using NCStreamDefaultImpl::onRapid5D;
@@ -125,6 +130,34 @@ public:
     bool onFrame(TaggedFrame const& frame) override;
     bool onClose() override;
 
+    // No element: counted.
+    bool passThrough(wchar_t const* text) override;
+    bool passThrough(char const* text) override;
+    bool onCommand(Command command) override;
+    bool onToolpathEntityIndex(ToolpathEntityIndex const& index) override;
+    bool onMachineCommand(unsigned int machineCommand) override;
+    bool onCoolant(unsigned int coolant, CoolantLevel level) override;
+    bool onSpindleSpeed(double speed) override;
+    bool onRadiusCompensationMode(bool enable) override;
+    bool onRadiusCompensation(Compensation compensation) override;
+    bool onStock(Vector3D const& lower, Vector3D const& upper) override;
+    bool onTurnGroup(char const* name) override;
+    bool onTurnGroupEnd() override;
+    bool onLinearExtrude(Vector3D const& end, double feedrate, double extrusion) override;
+    bool onCWArcExtrude(Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate,
+        double extrusion, unsigned int flags) override;
+    bool onCCWArcExtrude(Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate,
+        double extrusion, unsigned int flags) override;
+    bool onCircularExtrude(Vector3D const& center, Vector3D const& end, Vector3D const& normal, double sweep,
+        double feedrate, double extrusion, unsigned int flags) override;
+    bool onSpline(Vector3D const& control1, Vector3D const& control2, Vector3D const& end, double feedrate,
+        unsigned int flags) override;
+    bool onBezier(Vector3D const& control1, Vector3D const& control2, Vector3D const& end, double feedrate,
+        unsigned int flags) override;
+    bool onNURBS(Vector3D const* controlPoints, unsigned int count, double const* knots, unsigned int knotCount,
+        double feedrate, unsigned int flags) override;
+    bool onSkip() override;
+
 private:
     // Starts the line of an arc element: name, to, center, normal and feed.
     void beginArc(
@@ -150,6 +183,7 @@ private:
     Compensation compensation = COMPENSATION_OFF; // the last state written
     std::string line; // the element being built; reused so that events do not allocate
     std::wstring decoded; // narrow text that is not plain ASCII, decoded for checking
+    std::array<std::uint64_t, NCEventCount> leftOut {};
 };
 
 } // namespace Quarn

@@ -99,6 +99,25 @@ TEST(XMLNCWriter, EveryEventMatchesTheGoldenDocument)
     EXPECT_EQ(XMLNCWriter::getUri(), L"http://www.quarn.dev/namespace/nc/format/nci+xml");
 }
 
+TEST(XMLNCWriter, CountsTheEventsWithoutAnElement)
+{
+    MemoryOutputStream out;
+    XMLNCWriter writer(&out);
+    TestSupport::callEveryOperation(writer, [](NCEvent, bool) { });
+    std::vector<std::string_view> const withoutElement {"passThrough", "onCommand", "onToolpathEntityIndex",
+        "onMachineCommand", "onCoolant", "onSpindleSpeed", "onRadiusCompensationMode", "onRadiusCompensation",
+        "onStock", "onTurnGroup", "onTurnGroupEnd", "onLinearExtrude", "onCWArcExtrude", "onCCWArcExtrude",
+        "onCircularExtrude", "onSpline", "onBezier", "onNURBS", "onSkip"};
+    for (std::size_t i = 0; i < NCEventCount; ++i) {
+        NCEvent const kind = static_cast<NCEvent>(i);
+        bool const counted = std::find(withoutElement.begin(), withoutElement.end(), getEventName(kind))
+            != withoutElement.end();
+        // Every operation is called once; passThrough has two overloads.
+        std::uint64_t const calls = kind == NCEvent::passThrough ? 2 : 1;
+        EXPECT_EQ(writer.getLeftOut(kind), counted ? calls : 0) << getEventName(kind);
+    }
+}
+
 TEST(XMLNCWriter, MillingProgramMatchesTheGoldenDocument)
 {
     NCContext context;
