@@ -2,15 +2,11 @@
 // in the input's text encoding; whatever reads without error must be written, read back and
 // written again to the same bytes. The bytes are also read in short pieces, so that entities
 // straddle every block of the reader's buffer, and through a derived reader, whose handlers see
-// every entity: that must give the same stream, or the same error. The bytes are also read as an
-// NC program through KernelNCReader and its binder, which may throw IOException and nothing else.
+// every entity: that must give the same stream, or the same error.
 #include "ChunkedInputStream.h"
-#include "nc/nc/NCStreamDefaultImpl.h"
-#include "nc/nc/kernelstream/KernelNCReader.h"
 #include "nc/nc/kernelstream/KernelOutputStream.h"
 #include "nc/nc/kernelstream/KernelReader.h"
 #include "nc/nc/kernelstream/KernelStream.h"
-#include "util/utility/IOException.h"
 #include "util/utility/io/MemoryInputStream.h"
 #include "util/utility/io/MemoryOutputStream.h"
 
@@ -140,24 +136,10 @@ Rewrite rewrite(void const* data, std::size_t size)
     return rewrite(in);
 }
 
-// The bytes read as an NC program, through the binder: an error is an IOException, nothing else.
-void readAsProgram(std::uint8_t const* data, std::size_t size)
-{
-    MemoryInputStream in(data, size);
-    NCStreamDefaultImpl sink;
-    KernelNCReader reader;
-    reader.setNCStream(&sink);
-    try {
-        reader.import(&in);
-    } catch (IOException const&) {
-    }
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
-    readAsProgram(data, size);
     // The bytes in pieces are read through the handlers.
     std::optional<Rewrite> const first = Fuzz::readWholeAndInPieces(
         data, size, [](InputStream& in) { return rewrite(in); },
