@@ -1,6 +1,9 @@
 // Harness of the file-format benchmarks: a format's writing and replay against the page cache, and the peak memory of a replay.
 #pragma once
 
+#include "nc/nc/NCContext.h"
+#include "nc/nc/NCStream.h"
+#include "nc/nc/NCTool.h"
 #include "util/utility/io/FileInputStream.h"
 #include "util/utility/io/FileOutputStream.h"
 #include "util/utility/math/Vector3D.h"
@@ -90,6 +93,42 @@ private:
     std::vector<Vector3D> row;
 };
 
+// A milling program of the given number of moves after a context and a ball-end mill: passes of
+// 100 moves, a rapid approach, straight cuts, arcs both ways, five-axis cuts with their tool axes
+// and a rapid retract. Points and directions come from MillingPattern.
+inline bool sendMillingProgram(NCStream& s, std::int64_t moves)
+{
+    MillingPattern const pattern;
+    unsigned int const cut = NCStream::getMovementFlags(NCStream::MOVEMENT_CUTTING);
+    unsigned int const rapid = NCStream::getMovementFlags(NCStream::MOVEMENT_RAPID);
+    Vector3D const z(0, 0, 1);
+    NCContext context;
+    NCTool tool;
+    tool.setType(ToolGeometry::BALL_END_MILL);
+    tool.setDiameter(6);
+    if (!s.onOpen() || !s.onContext(context) || !s.onTool(tool) || !s.onSection())
+        return false;
+    int phase = 0; // of a pass of 100 moves
+    for (std::int64_t i = 0; i < moves; ++i) {
+        Vector3D const at = pattern.point(i);
+        bool go;
+        if (phase == 0 || phase == 99)
+            go = s.onRapid({at.x, at.y, 10.0}, rapid);
+        else if (phase < 70)
+            go = s.onLinear(at, 1200.0, cut);
+        else if (phase < 86)
+            go = (phase & 1) != 0 ? s.onCWArc({at.x - 1.0, at.y, at.z}, at, z, 900.0, cut)
+                                  : s.onCCWArc({at.x - 1.0, at.y, at.z}, at, z, 900.0, cut);
+        else
+            go = s.onLinear5D(at, pattern.axis(i), 800.0, cut | NCStream::FLAG_ABSOLUTE_DIRECTION);
+        if (!go)
+            return false;
+        if (++phase == 100)
+            phase = 0;
+    }
+    return s.onSectionEnd() && s.onClose();
+}
+
 // Best of the iterations for each side, so that a moment of load on the shared machine does not
 // decide a ratio.
 struct Pair {
@@ -101,6 +140,26 @@ struct Pair {
         bestPlain = std::min(bestPlain, plain);
     }
 };
+
+// The counters of a writer timed against plain writes of as many bytes.
+inline void reportWriting(benchmark::State& state, Pair const& times, double bytes)
+{
+    state.SetBytesProcessed(static_cast<std::int64_t>(bytes) * state.iterations());
+    state.counters["file_MB"] = bytes / 1e6;
+    state.counters["writer_GBps"] = bytes / times.bestFormat / GB;
+    state.counters["page_cache_write_GBps"] = bytes / times.bestPlain / GB;
+    state.counters["writer_vs_write_pct"] = 100.0 * times.bestPlain / times.bestFormat;
+}
+
+// The counters of a replay of moves timed against plain reads of the same file.
+inline void reportReplay(benchmark::State& state, Pair const& times, double bytes, std::int64_t moves)
+{
+    state.SetBytesProcessed(static_cast<std::int64_t>(bytes) * state.iterations());
+    state.SetItemsProcessed(moves * state.iterations());
+    state.counters["replay_GBps"] = bytes / times.bestFormat / GB;
+    state.counters["page_cache_read_GBps"] = bytes / times.bestPlain / GB;
+    state.counters["replay_vs_read_pct"] = 100.0 * times.bestPlain / times.bestFormat;
+}
 
 // VmHWM (peak resident set) of this process in KiB.
 inline long peakResidentKiB()

@@ -178,7 +178,8 @@ TEST_F(Quarnnc, BundledExamplesAreWhatTheGeneratorWrites)
 {
     std::string const command = "'" GENERATOR_PATH "' '" + scratch.string() + "' >/dev/null";
     ASSERT_EQ(std::system(command.c_str()), 0);
-    for (char const* name : {"part-3axis.nci", "swarf-5axis.nci", "inch-part.nci", "pocket.kts", "pocket.jsonl"})
+    for (char const* name : {"part-3axis.nci", "swarf-5axis.nci", "inch-part.nci", "pocket.kts", "pocket.jsonl",
+             "swarf-5axis.cld", "pocket.cldt"})
         EXPECT_EQ(readFile(scratch / name), readFile(source / "examples" / name))
             << name << " is out of date: build the regenerate-examples target";
 }
@@ -443,4 +444,69 @@ TEST_F(Quarnnc, KernelStreamsAreReadByEveryCommandAndWrittenAsJSONLines)
     ASSERT_EQ(program.status, 0) << program.err;
     EXPECT_NE(program.err.find("have no place in this format and were left out"), std::string::npos);
     expectJSONLines(readFile(fromProgram));
+}
+
+TEST_F(Quarnnc, CutterLocationDataKeepsThePathAndSaysWhatItLeftOut)
+{
+    // The path alone: every end, tool axis, centre and normal as the float the file holds.
+    auto const path = [](std::vector<MoveList::Move> moves) {
+        for (MoveList::Move& move : moves) {
+            move.kind = move.kind == 'a' ? 'a' : 'l';
+            move.movement = 0;
+            move.feed = 0;
+        }
+        return moves;
+    };
+    for (char const* name : {"part-3axis", "swarf-5axis", "inch-part"}) {
+        std::string const cld = (scratch / "part.cld").string(), back = (scratch / "back.nci").string();
+        Result there = run("convert examples/" + std::string(name) + ".nci '" + cld + "'");
+        ASSERT_EQ(there.status, 0) << name << ": " << there.err;
+        EXPECT_NE(there.err.find(" have no place in this format and were left out\n"), std::string::npos) << there.err;
+        EXPECT_NE(there.err.find("quarnnc: " + cld + ": the feeds of "), std::string::npos) << there.err;
+        EXPECT_NE(there.err.find(" moves were left out\n"), std::string::npos) << there.err;
+
+        Result backAgain = run("convert '" + cld + "' '" + back + "'");
+        ASSERT_EQ(backAgain.status, 0) << name << ": " << backAgain.err;
+        EXPECT_EQ(backAgain.err, "") << name;
+        auto const original = MoveList::of(source / "examples" / (std::string(name) + ".nci"));
+        ASSERT_FALSE(original.empty());
+        EXPECT_EQ(path(MoveList::of(back)), path(original)) << name;
+    }
+
+    Result info = run("info examples/swarf-5axis.cld");
+    EXPECT_EQ(info.status, 0) << info.err;
+    EXPECT_NE(info.out.find("format:       cld 1.0.0\n"), std::string::npos) << info.out;
+    for (char const* command : {"validate", "log"}) {
+        Result result = run(std::string(command) + " examples/swarf-5axis.cld");
+        EXPECT_NE(result.status, 65) << command << ": " << result.err;
+        EXPECT_FALSE(result.out.empty()) << command;
+    }
+}
+
+TEST_F(Quarnnc, TextCutterLocationDataRoundTripsAndIsReadByEveryCommand)
+{
+    Result info = run("info examples/pocket.cldt");
+    EXPECT_EQ(info.status, 0) << info.err;
+    EXPECT_NE(info.out.find("format:       cld-text\n"), std::string::npos) << info.out;
+    for (char const* command : {"validate", "log"}) {
+        Result result = run(std::string(command) + " examples/pocket.cldt");
+        EXPECT_NE(result.status, 65) << command << ": " << result.err;
+        EXPECT_FALSE(result.out.empty()) << command;
+    }
+
+    // The kernel's toolpath becomes the bundled text, which copies itself byte for byte.
+    std::string const fromKernel = (scratch / "pocket.cldt").string(), copy = (scratch / "copy.cldt").string();
+    Result converted = run("convert examples/pocket.kts '" + fromKernel + "'");
+    ASSERT_EQ(converted.status, 0) << converted.err;
+    EXPECT_EQ(readFile(fromKernel), readFile(source / "examples/pocket.cldt"));
+    Result copied = run("convert --to cld-text examples/pocket.cldt '" + copy + "'");
+    ASSERT_EQ(copied.status, 0) << copied.err;
+    EXPECT_EQ(copied.err, "");
+    EXPECT_EQ(readFile(copy), readFile(source / "examples/pocket.cldt"));
+
+    // What the statements cannot hold is named with counts.
+    std::string const fromProgram = (scratch / "part.cldt").string();
+    Result program = run("convert examples/part-3axis.nci '" + fromProgram + "'");
+    ASSERT_EQ(program.status, 0) << program.err;
+    EXPECT_NE(program.err.find("have no place in this format and were left out"), std::string::npos) << program.err;
 }

@@ -26,6 +26,8 @@ public:
     virtual void finish() = 0;
     // The events the format has no place for, by kind; asked after finish.
     virtual std::vector<LeftOut> leftOut() const { return {}; }
+    // The values the format dropped from events it kept; asked after finish.
+    virtual std::vector<ValuesLeftOut> valuesLeftOut() const { return {}; }
 };
 
 // A constant that a file in formats/ defines and FormatRegistry.cpp lists. The parts a format

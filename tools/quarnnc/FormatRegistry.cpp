@@ -9,6 +9,8 @@
 #define QUARN_TOOL_FORMATS(FORMAT)                                                                                     \
     FORMAT(compactNCI)                                                                                                 \
     FORMAT(kernelStream)                                                                                               \
+    FORMAT(cutterLocationData)                                                                                         \
+    FORMAT(kernelCLD)                                                                                                  \
     FORMAT(xml)                                                                                                        \
     FORMAT(jsonLines)                                                                                                  \
     FORMAT(eventLog)

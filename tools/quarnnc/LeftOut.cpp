@@ -108,25 +108,69 @@ Noun nounOf(NCEvent kind)
     return {"event", "events"};
 }
 
-} // namespace
+// "the feeds of" / "the feed of", and the events they belong to.
+struct ValueNoun {
+    std::string_view one;
+    std::string_view many;
+    std::string_view event;
+    std::string_view events;
+};
 
-std::string describeLeftOut(std::span<LeftOut const> leftOut)
+ValueNoun nounOf(LeftOutValue value)
+{
+    switch (value) {
+    case LeftOutValue::Feed:
+        return {"the feed of", "the feeds of", "move", "moves"};
+    case LeftOutValue::Flags:
+        return {"the flags of", "the flags of", "move", "moves"};
+    case LeftOutValue::Extrusion:
+        return {"the extrusion of", "the extrusions of", "move", "moves"};
+    case LeftOutValue::FiveAxisFrame:
+        return {"the x axis and normal of", "the x axes and normals of", "five-axis move", "five-axis moves"};
+    }
+    return {"a value of", "values of", "event", "events"};
+}
+
+// "a, b and c"
+template <class Entry, class Text>
+std::string listOf(std::span<Entry const> entries, Text const& textOf)
 {
     std::string list;
-    std::uint64_t total = 0;
     std::size_t shown = 0, count = 0;
-    for (LeftOut const& entry : leftOut)
+    for (Entry const& entry : entries)
         count += entry.count != 0 ? 1 : 0;
-    for (LeftOut const& entry : leftOut) {
+    for (Entry const& entry : entries) {
         if (entry.count == 0)
             continue;
         if (shown != 0)
             list += shown + 1 == count ? " and " : ", ";
-        Noun const noun = nounOf(entry.kind);
-        list += std::to_string(entry.count) + " " + std::string(entry.count == 1 ? noun.one : noun.many);
-        total += entry.count;
+        list += textOf(entry);
         ++shown;
     }
+    return list;
+}
+
+} // namespace
+
+std::string describeValuesLeftOut(std::span<ValuesLeftOut const> leftOut)
+{
+    std::string const list = listOf(leftOut, [](ValuesLeftOut const& entry) {
+        ValueNoun const noun = nounOf(entry.value);
+        bool const one = entry.count == 1;
+        return std::string(one ? noun.one : noun.many) + " " + std::to_string(entry.count) + " "
+            + std::string(one ? noun.event : noun.events);
+    });
+    return list.empty() ? list : list + " were left out";
+}
+
+std::string describeLeftOut(std::span<LeftOut const> leftOut)
+{
+    std::uint64_t total = 0;
+    std::string const list = listOf(leftOut, [&total](LeftOut const& entry) {
+        Noun const noun = nounOf(entry.kind);
+        total += entry.count;
+        return std::to_string(entry.count) + " " + std::string(entry.count == 1 ? noun.one : noun.many);
+    });
     if (total == 0)
         return {};
     return list + (total == 1 ? " has no place in this format and was left out"

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "nc/nc/NCEvent.h"
+#include "nc/nc/io/LeftOutValue.h"
 
 #include <cstdint>
 #include <span>
@@ -17,5 +18,14 @@ struct LeftOut {
 // "3 contexts and 3 tools have no place in this format and were left out"; empty when nothing
 // was left out. Kinds are listed in the order given.
 std::string describeLeftOut(std::span<LeftOut const> leftOut);
+
+// Values that a format dropped from events it kept, and of how many events.
+struct ValuesLeftOut {
+    LeftOutValue value;
+    std::uint64_t count = 0;
+};
+
+// "the feeds of 120 moves and the flags of 3 moves were left out"; empty when nothing was.
+std::string describeValuesLeftOut(std::span<ValuesLeftOut const> leftOut);
 
 } // namespace Quarn::Tool

@@ -63,6 +63,9 @@ int writeThrough(std::string const& input, std::string const& output, Format con
     std::vector<LeftOut> const leftOut = sink->leftOut();
     if (std::string const sentence = describeLeftOut(leftOut); !sentence.empty())
         std::fprintf(stderr, "quarnnc: %s: %s\n", output.c_str(), sentence.c_str());
+    std::vector<ValuesLeftOut> const valuesLeftOut = sink->valuesLeftOut();
+    if (std::string const sentence = describeValuesLeftOut(valuesLeftOut); !sentence.empty())
+        std::fprintf(stderr, "quarnnc: %s: %s\n", output.c_str(), sentence.c_str());
     // A stage that answers false has stopped the program; the output holds what came before.
     if (!completed)
         throw ToolError(ExitDataError, input, "The program was stopped before its end.");

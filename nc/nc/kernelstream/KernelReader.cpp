@@ -22,8 +22,6 @@ namespace {
 
 using Out = KernelOutputStream;
 
-constexpr std::uint64_t UnknownEnd = BufferedInputStream::UnknownEnd;
-
 // A window of the buffer this long holds any of the frequent entities whole (an arc).
 constexpr std::size_t LongestMove = 44;
 
