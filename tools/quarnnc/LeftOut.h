@@ -2,7 +2,7 @@
 #pragma once
 
 #include "nc/nc/NCEvent.h"
-#include "nc/nc/io/LeftOutValue.h"
+#include "nc/nc/LeftOutValue.h"
 
 #include <cstdint>
 #include <span>

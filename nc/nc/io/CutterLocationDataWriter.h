@@ -3,7 +3,7 @@
 
 #include "nc/nc/NCEvent.h"
 #include "nc/nc/NCStreamDefaultImpl.h"
-#include "nc/nc/io/LeftOutValue.h"
+#include "nc/nc/LeftOutValue.h"
 #include "util/utility/io/BufferedOutputStream.h"
 
 #include <array>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "nc/nc/NCStreamDefaultImpl.h"
-#include "nc/nc/io/LeftOutValue.h"
+#include "nc/nc/LeftOutValue.h"
 #include "util/utility/io/BufferedOutputStream.h"
 
 #include <array>

@@ -219,8 +219,17 @@ bool NCKernelOutputBinder::onMachineAxisValues(AxisValues const& values)
 
 // --- Moves.
 
+void NCKernelOutputBinder::countFlags(unsigned int flags, bool fiveAxis) noexcept
+{
+    unsigned int const movement = FLAG_MOVEMENT_LOW_MASK | FLAG_MOVEMENT_BIT4;
+    unsigned int const readBack = fiveAxis ? movement | FLAG_ABSOLUTE_DIRECTION : movement;
+    bool const lost = (flags & ~readBack) != 0 || (fiveAxis && (flags & FLAG_ABSOLUTE_DIRECTION) == 0);
+    leftOutValues[static_cast<std::size_t>(LeftOutValue::Flags)] += lost ? 1 : 0;
+}
+
 bool NCKernelOutputBinder::onRapid(Vector3D const& end, unsigned int flags)
 {
+    countFlags(flags, false);
     output->writeLine(end, getMovement(flags));
     return true;
 }
@@ -228,6 +237,7 @@ bool NCKernelOutputBinder::onRapid(Vector3D const& end, unsigned int flags)
 bool NCKernelOutputBinder::onRapid5D(
     Vector3D const& end, Vector3D const& z, Vector3D const&, Vector3D const& n, unsigned int flags)
 {
+    ++leftOutValues[static_cast<std::size_t>(LeftOutValue::FiveAxisFrame)];
     if (n.isProper())
         output->writeContactNormal(n);
     return onRapid5D(end, z, flags);
@@ -235,12 +245,14 @@ bool NCKernelOutputBinder::onRapid5D(
 
 bool NCKernelOutputBinder::onRapid5D(Vector3D const& end, Vector3D const& direction, unsigned int flags)
 {
+    countFlags(flags, true);
     output->writeLine(end, direction, getMovement(flags));
     return true;
 }
 
 bool NCKernelOutputBinder::onLinear(Vector3D const& end, double feedrate, unsigned int flags)
 {
+    countFlags(flags, false);
     writeFeedrate(feedrate);
     output->writeLine(end, getMovement(flags));
     return true;
@@ -249,6 +261,7 @@ bool NCKernelOutputBinder::onLinear(Vector3D const& end, double feedrate, unsign
 bool NCKernelOutputBinder::onLinear5D(Vector3D const& end, Vector3D const& z, Vector3D const&, Vector3D const& n,
     double feedrate, unsigned int flags)
 {
+    ++leftOutValues[static_cast<std::size_t>(LeftOutValue::FiveAxisFrame)];
     if (n.isProper())
         output->writeContactNormal(n);
     return onLinear5D(end, z, feedrate, flags);
@@ -257,6 +270,7 @@ bool NCKernelOutputBinder::onLinear5D(Vector3D const& end, Vector3D const& z, Ve
 bool NCKernelOutputBinder::onLinear5D(
     Vector3D const& end, Vector3D const& direction, double feedrate, unsigned int flags)
 {
+    countFlags(flags, true);
     writeFeedrate(feedrate);
     output->writeLine(end, direction, getMovement(flags));
     return true;
@@ -265,6 +279,7 @@ bool NCKernelOutputBinder::onLinear5D(
 bool NCKernelOutputBinder::onCWArc(
     Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate, unsigned int flags)
 {
+    countFlags(flags, false);
     writeFeedrate(feedrate);
     output->writeArc(end, center, opposite(normal), getMovement(flags));
     return true;
@@ -273,6 +288,7 @@ bool NCKernelOutputBinder::onCWArc(
 bool NCKernelOutputBinder::onCCWArc(
     Vector3D const& center, Vector3D const& end, Vector3D const& normal, double feedrate, unsigned int flags)
 {
+    countFlags(flags, false);
     writeFeedrate(feedrate);
     output->writeArc(end, center, normal, getMovement(flags));
     return true;
@@ -281,6 +297,7 @@ bool NCKernelOutputBinder::onCCWArc(
 bool NCKernelOutputBinder::onCircular(Vector3D const& center, Vector3D const& end, Vector3D const& normal,
     double sweep, double feedrate, unsigned int flags)
 {
+    countFlags(flags, false);
     writeFeedrate(feedrate);
     output->writeArc(end, center, counterClockwiseNormal(normal, sweep), getMovement(flags));
     return true;

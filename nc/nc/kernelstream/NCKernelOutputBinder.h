@@ -1,6 +1,7 @@
 // Sink that writes an NC program as CAM kernel toolpath output, through any kernel output writer.
 #pragma once
 
+#include "nc/nc/LeftOutValue.h"
 #include "nc/nc/NCEvent.h"
 #include "nc/nc/NCStream.h"
 #include "nc/nc/kernelstream/KernelParameterNames.h"
@@ -51,7 +52,10 @@ class KernelOutputInterface;
 // rapid comes back as a rapid and a rapid with another movement as a line.
 //
 // Of the flags only the movement is carried: cutting marks, compensation bits and the rest are
-// not. ToolpathNCStreamBinder sends every five-axis move with FLAG_ABSOLUTE_DIRECTION.
+// not. ToolpathNCStreamBinder sends every five-axis move with FLAG_ABSOLUTE_DIRECTION. Counted by
+// value (getLeftOut(LeftOutValue)): Flags for a move whose flags hold more than the movement (and
+// FLAG_ABSOLUTE_DIRECTION on five-axis moves) or a five-axis move without that flag, and
+// FiveAxisFrame for every four-vector five-axis move, whose x direction is not carried.
 //
 // Parameters: the names of KernelParameterNames, with the value type given there, become their
 // kernel entities again (writeToolAxis, writeContactNormal, writeProgress, writeToolpathBreak,
@@ -78,6 +82,11 @@ public:
 
     // Events of a kind that were counted and not written.
     std::uint64_t getLeftOut(NCEvent kind) const noexcept { return leftOut[static_cast<std::size_t>(kind)]; }
+    // Events written without a value of this kind.
+    std::uint64_t getLeftOut(LeftOutValue value) const noexcept
+    {
+        return leftOutValues[static_cast<std::size_t>(value)];
+    }
     std::uint64_t getLeftOutTotal() const noexcept;
     // The kinds with a count above 0 and their counts, in NCEvent order.
     std::vector<std::pair<NCEvent, std::uint64_t>> getLeftOutKinds() const;
@@ -91,6 +100,9 @@ private:
     {
         return leaveOut(kind);
     }
+    // Counts flags that do not come back: all but the movement, and the absolute direction of a
+    // five-axis move, which always does.
+    void countFlags(unsigned int flags, bool fiveAxis) noexcept;
     // Writes the feedrate parameter when it differs from the last one written.
     void writeFeedrate(double feedrate);
     void writeParameter(char const* name, std::wstring const& value);
@@ -101,6 +113,7 @@ private:
     std::wstring const feedrateName;
     double lastFeedrate = 0.0;
     std::array<std::uint64_t, NCEventCount> leftOut {};
+    std::array<std::uint64_t, LeftOutValueCount> leftOutValues {};
 };
 
 } // namespace Quarn

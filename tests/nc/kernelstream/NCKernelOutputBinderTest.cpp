@@ -219,3 +219,33 @@ TEST(NCKernelOutputBinder, EveryOperationIsWrittenOrCountedByKind)
     // The map is in NCEvent order.
     EXPECT_EQ(binder.getLeftOutKinds(), (std::vector<std::pair<NCEvent, std::uint64_t>>(expected.begin(), expected.end())));
 }
+
+TEST(NCKernelOutputBinder, CountsTheFlagsAndFiveAxisFramesItCannotCarry)
+{
+    unsigned int const absolute = NCStream::FLAG_ABSOLUTE_DIRECTION;
+    unsigned int const marked = cut | NCStream::FLAG_START_CUTTING;
+    unsigned int const left = cut | NCStream::FLAG_COMPENSATION_LEFT;
+    MemoryOutputStream out;
+    KernelOutputStream writer(&out);
+    NCKernelOutputBinder binder(&writer);
+    // Carried whole: the movement, and the absolute direction of five-axis moves.
+    binder.onRapid(X, NCStream::getMovementFlags(NCStream::MOVEMENT_RAPID));
+    binder.onLinear(X, 100, cut);
+    binder.onLinear5D(X, Z, 100, cut | absolute);
+    binder.onCCWArc(Y, X, Z, 100, cut);
+    EXPECT_EQ(binder.getLeftOut(LeftOutValue::Flags), 0u);
+    // Lost: cutting marks, compensation, a five-axis direction that reads back as absolute.
+    binder.onLinear(X, 100, marked);
+    binder.onCWArc(Y, X, Z, 100, left);
+    binder.onCircular(Y, X, Z, 1.0, 100, marked);
+    binder.onRapid5D(X, Z, 0);
+    binder.onLinear5D(X, Z, 100, marked | absolute);
+    EXPECT_EQ(binder.getLeftOut(LeftOutValue::Flags), 5u);
+    // The four-vector forms lose their x direction, and count their flags like the others.
+    binder.onLinear5D(X, Z, X, Y, 100, cut | absolute);
+    binder.onRapid5D(X, Z, X, Y, absolute);
+    EXPECT_EQ(binder.getLeftOut(LeftOutValue::FiveAxisFrame), 2u);
+    EXPECT_EQ(binder.getLeftOut(LeftOutValue::Flags), 5u);
+    EXPECT_EQ(binder.getLeftOut(LeftOutValue::Feed), 0u);
+    EXPECT_EQ(binder.getLeftOutTotal(), 0u) << "every event was written";
+}

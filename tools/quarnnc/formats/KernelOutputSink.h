@@ -38,6 +38,14 @@ public:
                 result.push_back({static_cast<NCEvent>(i), count});
         return result;
     }
+    std::vector<ValuesLeftOut> valuesLeftOut() const override
+    {
+        std::vector<ValuesLeftOut> result;
+        for (std::size_t i = 0; i < LeftOutValueCount; ++i)
+            if (std::uint64_t const count = binder.getLeftOut(static_cast<LeftOutValue>(i)))
+                result.push_back({static_cast<LeftOutValue>(i), count});
+        return result;
+    }
 
 private:
     OutputFile file;
