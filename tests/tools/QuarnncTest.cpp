@@ -476,6 +476,13 @@ TEST_F(Quarnnc, CutterLocationDataKeepsThePathAndSaysWhatItLeftOut)
     Result info = run("info examples/swarf-5axis.cld");
     EXPECT_EQ(info.status, 0) << info.err;
     EXPECT_NE(info.out.find("format:       cld 1.0.0\n"), std::string::npos) << info.out;
+    // Tools without numbers are told apart by their dimensions, printed as the floats the file holds.
+    std::string const part = (scratch / "part.cld").string();
+    ASSERT_EQ(run("convert examples/part-3axis.nci '" + part + "'").status, 0);
+    Result tools = run("info '" + part + "'");
+    EXPECT_NE(tools.out.find("tools:        3\n  T0 undefined D50\n  T0 undefined D10\n  T0 undefined D6.8\n"),
+        std::string::npos)
+        << tools.out;
     for (char const* command : {"validate", "log"}) {
         Result result = run(std::string(command) + " examples/swarf-5axis.cld");
         EXPECT_NE(result.status, 65) << command << ": " << result.err;

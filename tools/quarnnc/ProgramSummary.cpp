@@ -3,10 +3,11 @@
 
 #include "nc/nc/NCContext.h"
 #include "nc/nc/NCTool.h"
-#include "util/utility/text/NumberFormat.h"
 #include "util/utility/text/Unicode.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
 
 namespace Quarn::Tool {
 
@@ -28,8 +29,14 @@ bool ProgramSummary::note(NCEvent event, NCContext const& context)
 
 bool ProgramSummary::note(NCEvent event, NCTool const& tool)
 {
-    tools[tool.getNumber()] = Unicode::toUTF8(ToolGeometry::getTypeAsString(tool.getType())) + " D"
-        + NumberFormat::toString(tool.getDiameter());
+    std::string type = Unicode::toUTF8(ToolGeometry::getTypeAsString(tool.getType()));
+    double const diameter = tool.getDiameter();
+    bool const known = std::any_of(tools.begin(), tools.end(), [&](ToolEntry const& entry) {
+        return entry.number == tool.getNumber() && entry.type == type
+            && std::bit_cast<std::uint64_t>(entry.diameter) == std::bit_cast<std::uint64_t>(diameter);
+    });
+    if (!known)
+        tools.push_back({tool.getNumber(), std::move(type), diameter});
     return count(event);
 }
 
@@ -65,8 +72,11 @@ void ProgramSummary::print(std::ostream& out, Format const& format) const
 {
     out << "sections:     " << counts[static_cast<std::size_t>(NCEvent::onSection)] << "\n";
     out << "tools:        " << tools.size() << "\n";
-    for (auto const& [toolNumber, text] : tools)
-        out << "  T" << toolNumber << " " << text << "\n";
+    std::vector<ToolEntry> byNumber = tools;
+    std::stable_sort(byNumber.begin(), byNumber.end(),
+        [](ToolEntry const& a, ToolEntry const& b) { return a.number < b.number; });
+    for (ToolEntry const& entry : byNumber)
+        out << "  T" << entry.number << " " << entry.type << " D" << format.coordinateText(entry.diameter) << "\n";
     out << "units:       ";
     for (auto unit : units)
         out << " " << Unicode::toUTF8(NCUnit::getUnitAsString(unit));

@@ -11,10 +11,10 @@
 
 #include <array>
 #include <cstdint>
-#include <map>
 #include <ostream>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace Quarn::Tool {
 
@@ -45,7 +45,14 @@ private:
 
     std::array<std::uint64_t, NCEventCount> counts {};
     std::set<NCUnit::Unit> units;
-    std::map<unsigned int, std::string> tools; // by tool number
+    // Each different tool once, in the order first met; tools without numbers are told apart by
+    // their type and diameter.
+    struct ToolEntry {
+        unsigned int number;
+        std::string type;
+        double diameter;
+    };
+    std::vector<ToolEntry> tools;
     Vector3D lower = Vector3D::getNaN();
     Vector3D upper = Vector3D::getNaN();
     AxisOrdering axes;
