@@ -8,6 +8,7 @@
 #include "nc/nc/io/CompactNCIImpl.h"
 #include "nc/nc/machinedata/AxisOrdering.h"
 #include "nc/nc/machinedata/AxisValues.h"
+#include "nc/nc/io/WriterOutput.h"
 #include "util/utility/IOException.h"
 #include "util/utility/math/Point3D.h"
 #include "util/utility/math/TaggedFrame.h"
@@ -109,24 +110,9 @@ std::array<std::wstring const*, 7> toolTextRecordTexts(NCTool const& tool)
 
 constexpr std::size_t ProfileSlots = 27;
 
-// A failure of the output, thrown again saying what could not be written and where it starts.
-[[noreturn, gnu::cold]] void throwOutputFailure(std::wstring what, std::uint64_t offset, IOException const& cause)
-{
-    throw IOException(std::move(what) + L": " + cause.getMessage(), offset);
-}
-
-[[noreturn, gnu::cold]] void throwRecordFailure(std::uint32_t code, std::uint64_t offset, IOException const& cause)
-{
-    throwOutputFailure(L"Cannot write record " + std::to_wstring(code), offset, cause);
-}
-
-// Larger than the stream's default: the kernel's cost per byte written drops with the size of
-// each write.
-constexpr std::size_t BufferSize = 1 << 20;
-
 } // namespace
 
-CompactNCIWriter::CompactNCIWriter(OutputStream* stream) : out(stream, BufferSize) { }
+CompactNCIWriter::CompactNCIWriter(OutputStream* stream) : out(stream, WriterOutput::BufferSize) { }
 
 CompactNCIWriter::~CompactNCIWriter() = default;
 
@@ -140,23 +126,15 @@ template <std::size_t Size> inline void CompactNCIWriter::writeBlock(CompactNCIB
 
 template <class Payload> inline void CompactNCIWriter::writeRecord(std::uint32_t code, Payload const& payload)
 {
-    std::uint64_t const start = out.getPosition();
-    try {
+    WriterOutput::writeRecord(out, code, [&] {
         writeUInt32(code);
         payload();
-    } catch (IOException const& e) {
-        throwRecordFailure(code, start, e);
-    }
+    });
 }
 
 void CompactNCIWriter::writeWholeRecord(std::uint32_t code, unsigned char const* record, std::size_t size)
 {
-    std::uint64_t const start = out.getPosition();
-    try {
-        out.writeBytes(record, size);
-    } catch (IOException const& e) {
-        throwRecordFailure(code, start, e);
-    }
+    WriterOutput::writeRecord(out, code, [&] { out.writeBytes(record, size); });
 }
 
 // Encoded straight into the buffer when it has room: a record built on the stack and then copied
@@ -182,18 +160,12 @@ template <class... Fields> inline void CompactNCIWriter::writeFixed(std::uint32_
 
 std::uint32_t CompactNCIWriter::checkedLength(std::string_view text) const
 {
-    if (text.size() > Impl::MaximumStringLength)
-        throw IOException(L"String too long.", out.getPosition());
-    return static_cast<std::uint32_t>(text.size());
+    return WriterOutput::checkedLength(text, Impl::MaximumStringLength, out.getPosition());
 }
 
 std::uint32_t CompactNCIWriter::checkedLength(std::wstring_view text) const
 {
-    // Never shorter in UTF-16 than in characters: too long already before counting pairs.
-    std::size_t length = text.size() > Impl::MaximumStringLength ? text.size() : Unicode::getUTF16Length(text);
-    if (length > Impl::MaximumStringLength)
-        throw IOException(L"String too long.", out.getPosition());
-    return static_cast<std::uint32_t>(length);
+    return WriterOutput::checkedLength(text, Impl::MaximumStringLength, out.getPosition());
 }
 
 void CompactNCIWriter::writeString(std::string_view text) { writeString(text, checkedLength(text)); }
@@ -296,7 +268,7 @@ bool CompactNCIWriter::onOpen()
         writeString(std::string_view(Impl::getUri()));
         writeBlock(version);
     } catch (IOException const& e) {
-        throwOutputFailure(L"Cannot write the header", start, e);
+        WriterOutput::fail(L"Cannot write the header", start, e);
     }
     return true;
 }
@@ -634,7 +606,7 @@ void CompactNCIWriter::writeTool(NCTool const& t)
             writeString(*parameters[i].second, parameterLengths[i]);
         }
     } catch (IOException const& e) {
-        throwRecordFailure(part, partStart, e);
+        WriterOutput::failRecord(part, partStart, e);
     }
 }
 
@@ -839,7 +811,7 @@ bool CompactNCIWriter::onClose()
     try {
         out.flush();
     } catch (IOException const& e) {
-        throwOutputFailure(L"Cannot flush the output", out.getPosition(), e);
+        WriterOutput::fail(L"Cannot flush the output", out.getPosition(), e);
     }
     return true;
 }

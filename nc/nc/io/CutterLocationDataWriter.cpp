@@ -5,6 +5,7 @@
 #include "nc/nc/NCTool.h"
 #include "nc/nc/io/CutterLocationDataImpl.h"
 #include "util/utility/Architecture.h"
+#include "nc/nc/io/WriterOutput.h"
 #include "util/utility/IOException.h"
 #include "util/utility/io/BigEndian.h"
 #include "util/utility/io/LittleEndian.h"
@@ -56,24 +57,9 @@ void putField(unsigned char* record, std::size_t& at, double value) noexcept
     at += 4;
 }
 
-// A failure of the output, thrown again saying what could not be written and where it starts.
-[[noreturn, gnu::cold]] void throwOutputFailure(std::wstring what, std::uint64_t offset, IOException const& cause)
-{
-    throw IOException(std::move(what) + L": " + cause.getMessage(), offset);
-}
-
-[[noreturn, gnu::cold]] void throwRecordFailure(std::uint32_t code, std::uint64_t offset, IOException const& cause)
-{
-    throwOutputFailure(L"Cannot write record " + std::to_wstring(code), offset, cause);
-}
-
-// Larger than the stream's default: the kernel's cost per byte written drops with the size of
-// each write.
-constexpr std::size_t BufferSize = 1 << 20;
-
 } // namespace
 
-CutterLocationDataWriter::CutterLocationDataWriter(OutputStream* stream) : out(stream, BufferSize) { }
+CutterLocationDataWriter::CutterLocationDataWriter(OutputStream* stream) : out(stream, WriterOutput::BufferSize) { }
 
 CutterLocationDataWriter::~CutterLocationDataWriter() = default;
 
@@ -123,23 +109,15 @@ void CutterLocationDataWriter::writeField(Matrix3x3 const& value)
 
 template <class Payload> inline void CutterLocationDataWriter::writeRecord(std::uint32_t code, Payload const& payload)
 {
-    std::uint64_t const start = out.getPosition();
-    try {
+    WriterOutput::writeRecord(out, code, [&] {
         writeUInt32(code);
         payload();
-    } catch (IOException const& e) {
-        throwRecordFailure(code, start, e);
-    }
+    });
 }
 
 void CutterLocationDataWriter::writeWholeRecord(std::uint32_t code, unsigned char const* record, std::size_t size)
 {
-    std::uint64_t const start = out.getPosition();
-    try {
-        out.writeBytes(record, size);
-    } catch (IOException const& e) {
-        throwRecordFailure(code, start, e);
-    }
+    WriterOutput::writeRecord(out, code, [&] { out.writeBytes(record, size); });
 }
 
 // Encoded straight into the buffer when it has room: a record built on the stack and then copied
@@ -165,19 +143,12 @@ template <class... Fields> inline void CutterLocationDataWriter::writeFixed(std:
 
 std::uint32_t CutterLocationDataWriter::checkedLength(std::string_view text) const
 {
-    if (text.size() > Impl::MaximumWrittenStringLength)
-        throw IOException(L"String too long.", out.getPosition());
-    return static_cast<std::uint32_t>(text.size());
+    return WriterOutput::checkedLength(text, Impl::MaximumWrittenStringLength, out.getPosition());
 }
 
 std::uint32_t CutterLocationDataWriter::checkedLength(std::wstring_view text) const
 {
-    // Never shorter in UTF-16 than in characters: too long already before counting pairs.
-    std::size_t const limit = Impl::MaximumWrittenStringLength;
-    std::size_t const length = text.size() > limit ? text.size() : Unicode::getUTF16Length(text);
-    if (length > limit)
-        throw IOException(L"String too long.", out.getPosition());
-    return static_cast<std::uint32_t>(length);
+    return WriterOutput::checkedLength(text, Impl::MaximumWrittenStringLength, out.getPosition());
 }
 
 void CutterLocationDataWriter::writeString(std::string_view text, std::uint32_t length)
@@ -234,7 +205,7 @@ bool CutterLocationDataWriter::onOpen()
         writeText(Impl::NamespaceParameter, uri);
         writeText(Impl::ByteOrderParameter, order);
     } catch (IOException const& e) {
-        throwOutputFailure(L"Cannot write the header", start, e);
+        WriterOutput::fail(L"Cannot write the header", start, e);
     }
     return true;
 }
@@ -244,7 +215,7 @@ bool CutterLocationDataWriter::onClose()
     try {
         out.flush();
     } catch (IOException const& e) {
-        throwOutputFailure(L"Cannot flush the output", out.getPosition(), e);
+        WriterOutput::fail(L"Cannot flush the output", out.getPosition(), e);
     }
     return true;
 }

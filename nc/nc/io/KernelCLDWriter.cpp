@@ -6,6 +6,7 @@
 #include "nc/nc/io/CutterLocationDataImpl.h"
 #include "nc/nc/io/KernelCLDReader.h"
 #include "nc/nc/kernelstream/KernelParameterNames.h"
+#include "nc/nc/io/WriterOutput.h"
 #include "util/utility/IOException.h"
 #include "util/utility/math/Point3D.h"
 #include "util/utility/text/NumberFormat.h"
@@ -24,22 +25,14 @@ using Impl = CutterLocationDataImpl;
 std::string_view view(char const* text) noexcept { return text != nullptr ? text : ""; }
 std::wstring_view view(wchar_t const* text) noexcept { return text != nullptr ? text : L""; }
 
-// Larger than the stream's default: the cost per byte of the kernel's writes drops with their size.
-constexpr std::size_t BufferSize = 1 << 20;
-
 constexpr char HexDigits[] = "0123456789ABCDEF";
 
 // The opposite vector without negative zeros, as the reader makes the normals of clockwise arcs.
 Vector3D opposite(Vector3D const& v) noexcept { return Vector3D() - v; }
 
-[[noreturn, gnu::cold]] void throwOutputFailure(std::wstring what, std::uint64_t offset, IOException const& cause)
-{
-    throw IOException(std::move(what) + L": " + cause.getMessage(), offset);
-}
-
 } // namespace
 
-KernelCLDWriter::KernelCLDWriter(OutputStream* stream) : out(stream, BufferSize) { }
+KernelCLDWriter::KernelCLDWriter(OutputStream* stream) : out(stream, WriterOutput::BufferSize) { }
 
 KernelCLDWriter::~KernelCLDWriter() = default;
 
@@ -116,7 +109,7 @@ void KernelCLDWriter::emit()
     try {
         out.writeBytes(line.data(), line.size());
     } catch (IOException const& e) {
-        throwOutputFailure(L"Cannot write line " + std::to_wstring(lineNumber + 1), start, e);
+        WriterOutput::fail(L"Cannot write line " + std::to_wstring(lineNumber + 1), start, e);
     }
     ++lineNumber;
 }
@@ -307,7 +300,7 @@ bool KernelCLDWriter::onOpen()
         out.writeBytes(header.data(), header.size());
         out.writeBytes("\n", 1);
     } catch (IOException const& e) {
-        throwOutputFailure(L"Cannot write the header", start, e);
+        WriterOutput::fail(L"Cannot write the header", start, e);
     }
     lineNumber = 1;
     return true;
@@ -318,7 +311,7 @@ bool KernelCLDWriter::onClose()
     try {
         out.flush();
     } catch (IOException const& e) {
-        throwOutputFailure(L"Cannot flush the output", out.getPosition(), e);
+        WriterOutput::fail(L"Cannot flush the output", out.getPosition(), e);
     }
     return true;
 }

@@ -5,6 +5,7 @@
 #include "nc/nc/NCTool.h"
 #include "nc/nc/machinedata/AxisOrdering.h"
 #include "nc/nc/machinedata/AxisValues.h"
+#include "nc/nc/io/WriterOutput.h"
 #include "util/utility/IOException.h"
 #include "util/utility/math/Point3D.h"
 #include "util/utility/math/TaggedFrame.h"
@@ -124,12 +125,6 @@ void appendEscaped(std::string& out, std::wstring_view text)
     }
 }
 
-// A failure of the output, thrown again saying what could not be written and where it starts.
-[[noreturn, gnu::cold]] void throwOutputFailure(std::wstring what, std::uint64_t offset, IOException const& cause)
-{
-    throw IOException(std::move(what) + L": " + cause.getMessage(), offset);
-}
-
 // "<linear>" for the line "<linear to='1 2 3'/>", "</group>" for "</group>".
 std::wstring elementOf(std::string_view line)
 {
@@ -212,7 +207,7 @@ bool XMLNCWriter::writeLine(std::wstring_view what)
     try {
         out.write(std::string_view(line));
     } catch (IOException const& e) {
-        throwOutputFailure(what.empty() ? L"Cannot write element " + elementOf(line) : std::wstring(what), start, e);
+        WriterOutput::fail(what.empty() ? L"Cannot write element " + elementOf(line) : std::wstring(what), start, e);
     }
     return true;
 }
@@ -671,7 +666,7 @@ bool XMLNCWriter::onClose()
         try {
             out.flush();
         } catch (IOException const& e) {
-            throwOutputFailure(L"Cannot flush the output", end, e);
+            WriterOutput::fail(L"Cannot flush the output", end, e);
         }
     } catch (...) {
         // Asked to close the stream, the writer does so in any case: the failure is reported.
@@ -687,7 +682,7 @@ bool XMLNCWriter::onClose()
         try {
             stream->close();
         } catch (IOException const& e) {
-            throwOutputFailure(L"Cannot close the output", out.getPosition(), e);
+            WriterOutput::fail(L"Cannot close the output", out.getPosition(), e);
         }
     }
     return true;
