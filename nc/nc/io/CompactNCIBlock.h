@@ -4,7 +4,7 @@
 #pragma once
 
 #include "nc/nc/io/CompactNCIImpl.h"
-#include "util/utility/io/LittleEndian.h"
+#include "util/utility/io/ByteOrder.h"
 #include "util/utility/math/Matrix3x3.h"
 #include "util/utility/math/Vector3D.h"
 

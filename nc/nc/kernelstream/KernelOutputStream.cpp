@@ -5,7 +5,7 @@
 #include "nc/nc/machinedata/AxisValues.h"
 #include "util/utility/Debug.h"
 #include "util/utility/IOException.h"
-#include "util/utility/io/LittleEndian.h"
+#include "util/utility/io/ByteOrder.h"
 #include "util/utility/text/Unicode.h"
 #include "util/utility/text/Variant.h"
 

@@ -6,7 +6,7 @@
 #include "util/utility/Debug.h"
 #include "util/utility/IOException.h"
 #include "util/utility/io/BufferedInputStream.h"
-#include "util/utility/io/LittleEndian.h"
+#include "util/utility/io/ByteOrder.h"
 #include "util/utility/text/Unicode.h"
 
 #include <cstddef>

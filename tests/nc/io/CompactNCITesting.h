@@ -5,7 +5,7 @@
 #include "nc/nc/io/CompactNCIReader.h"
 #include "nc/nc/io/CompactNCIWriter.h"
 #include "tests/support/RecordingNCStream.h"
-#include "util/utility/io/LittleEndian.h"
+#include "util/utility/io/ByteOrder.h"
 #include "util/utility/io/MemoryInputStream.h"
 #include "util/utility/io/MemoryOutputStream.h"
 

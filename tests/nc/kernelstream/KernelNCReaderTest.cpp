@@ -9,7 +9,7 @@
 #include "tests/util/io/TestStreams.h"
 #include "util/utility/AbortableImpl.h"
 #include "util/utility/io/FileOutputStream.h"
-#include "util/utility/io/LittleEndian.h"
+#include "util/utility/io/ByteOrder.h"
 #include "util/utility/io/MemoryInputStream.h"
 #include "util/utility/io/MemoryOutputStream.h"
 #include "util/utility/math/Point3D.h"

@@ -6,7 +6,7 @@
 #include "nc/nc/machinedata/AxisValues.h"
 #include "tests/support/AssertionCapture.h"
 #include "tests/util/io/TestStreams.h"
-#include "util/utility/io/LittleEndian.h"
+#include "util/utility/io/ByteOrder.h"
 #include "util/utility/io/MemoryOutputStream.h"
 
 #include <gtest/gtest.h>

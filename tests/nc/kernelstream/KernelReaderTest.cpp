@@ -7,7 +7,7 @@
 #include "tests/support/RecordingKernelStream.h"
 #include "tests/util/io/TestStreams.h"
 #include "util/utility/io/BufferedInputStream.h"
-#include "util/utility/io/LittleEndian.h"
+#include "util/utility/io/ByteOrder.h"
 #include "util/utility/io/MemoryInputStream.h"
 #include "util/utility/io/MemoryOutputStream.h"
 

@@ -5,7 +5,7 @@
 #include "nc/nc/persist/NodeStore.h"
 #include "util/utility/IOException.h"
 #include "util/utility/io/BufferedInputStream.h"
-#include "util/utility/io/LittleEndian.h"
+#include "util/utility/io/ByteOrder.h"
 #include "util/utility/io/MemoryInputStream.h"
 #include "util/utility/io/MemoryOutputStream.h"
 #include "util/utility/text/Unicode.h"

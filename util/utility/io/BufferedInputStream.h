@@ -3,7 +3,7 @@
 
 #include "util/utility/SafePointer.h"
 #include "util/utility/io/InputStream.h"
-#include "util/utility/io/LittleEndian.h"
+#include "util/utility/io/ByteOrder.h"
 
 #include <cstring>
 #include <memory>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "util/utility/SafePointer.h"
-#include "util/utility/io/LittleEndian.h"
+#include "util/utility/io/ByteOrder.h"
 #include "util/utility/io/OutputStream.h"
 
 #include <cstdint>

@@ -1,5 +1,5 @@
-// LittleEndian: the exact byte layout of every width, also at unaligned addresses.
-#include "util/utility/io/LittleEndian.h"
+// LittleEndian and BigEndian: the exact byte layout of every width, also at unaligned addresses.
+#include "util/utility/io/ByteOrder.h"
 
 #include <gtest/gtest.h>
 
@@ -53,4 +53,34 @@ TEST(LittleEndian, FloatingPointBitsSurviveUnchanged)
     EXPECT_EQ(std::bit_cast<std::uint64_t>(LittleEndian::readDouble(b)), 0x7FF8000000000123ull);
     LittleEndian::writeDouble(b, -0.0);
     EXPECT_EQ(LittleEndian::readUInt64(b), 0x8000000000000000ull);
+}
+
+TEST(BigEndian, WritesMostSignificantByteFirstAndReadsBack)
+{
+    unsigned char b[9] = {};
+    unsigned char* p = b + 1;
+
+    BigEndian::writeUInt16(p, 0x1234);
+    EXPECT_EQ(bytesAt(p, 2), "\x12\x34");
+    EXPECT_EQ(BigEndian::readUInt16(p), 0x1234);
+
+    BigEndian::writeUInt32(p, 0x12345678u);
+    EXPECT_EQ(bytesAt(p, 4), "\x12\x34\x56\x78");
+    EXPECT_EQ(BigEndian::readUInt32(p), 0x12345678u);
+
+    BigEndian::writeUInt64(p, 0x0102030405060708ull);
+    EXPECT_EQ(bytesAt(p, 8), "\x01\x02\x03\x04\x05\x06\x07\x08");
+    EXPECT_EQ(BigEndian::readUInt64(p), 0x0102030405060708ull);
+
+    BigEndian::writeInt32(p, -2);
+    EXPECT_EQ(bytesAt(p, 4), "\xFF\xFF\xFF\xFE");
+    EXPECT_EQ(BigEndian::readInt32(p), -2);
+
+    BigEndian::writeFloat(p, 1.0f);
+    EXPECT_EQ(bytesAt(p, 4), std::string("\x3F\x80\x00\x00", 4));
+    EXPECT_EQ(BigEndian::readFloat(p), 1.0f);
+
+    BigEndian::writeDouble(p, -2.5);
+    EXPECT_EQ(bytesAt(p, 8), std::string("\xC0\x04\x00\x00\x00\x00\x00\x00", 8));
+    EXPECT_EQ(BigEndian::readDouble(p), -2.5);
 }
