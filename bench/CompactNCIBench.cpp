@@ -1,12 +1,8 @@
 // Compact NCI writing and replay of a generated program of 10 million moves, each measured against
 // this machine's page-cache bandwidth for a file of the same size, and the peak memory of a replay.
 #include "FileFormatBench.h"
-#include "nc/nc/NCStreamDefaultImpl.h"
 #include "nc/nc/io/CompactNCIReader.h"
 #include "nc/nc/io/CompactNCIWriter.h"
-#include "util/utility/io/FileInputStream.h"
-#include "util/utility/io/FileOutputStream.h"
-#include "util/utility/io/WriteBehindOutputStream.h"
 
 #include <benchmark/benchmark.h>
 
@@ -19,24 +15,12 @@ namespace {
 
 constexpr std::int64_t Moves = 10'000'000;
 
-// Written as quarnnc writes its output files: the file on a thread of its own, behind the writer.
 void writeProgram(std::filesystem::path const& path)
 {
-    FileOutputStream file(path.wstring());
-    WriteBehindOutputStream behind(&file);
-    CompactNCIWriter writer(&behind);
-    Bench::sendMillingProgram(writer, Moves);
-    behind.close();
+    Bench::writeThroughFile<CompactNCIWriter>(path, [](NCStream& s) { return Bench::sendMillingProgram(s, Moves); });
 }
 
-bool replay(std::filesystem::path const& path)
-{
-    FileInputStream file(path.wstring());
-    NCStreamDefaultImpl sink;
-    CompactNCIReader reader;
-    reader.setNCStream(&sink);
-    return reader.import(&file);
-}
+bool replay(std::filesystem::path const& path) { return Bench::replayIntoNullSink<CompactNCIReader>(path); }
 
 Bench::FileFormat const program("CompactNCIBench", ".nci", writeProgram, replay);
 

@@ -3,9 +3,11 @@
 
 #include "nc/nc/NCContext.h"
 #include "nc/nc/NCStream.h"
+#include "nc/nc/NCStreamDefaultImpl.h"
 #include "nc/nc/NCTool.h"
 #include "util/utility/io/FileInputStream.h"
 #include "util/utility/io/FileOutputStream.h"
+#include "util/utility/io/WriteBehindOutputStream.h"
 #include "util/utility/math/Vector3D.h"
 
 #include <benchmark/benchmark.h>
@@ -140,6 +142,27 @@ struct Pair {
         bestPlain = std::min(bestPlain, plain);
     }
 };
+
+// Writes a program through a Writer as quarnnc writes its output files: the file on a thread of
+// its own, behind the writer.
+template <class Writer, class Send> void writeThroughFile(std::filesystem::path const& path, Send const& send)
+{
+    FileOutputStream file(path.wstring());
+    WriteBehindOutputStream behind(&file);
+    Writer writer(&behind);
+    send(writer);
+    behind.close();
+}
+
+// Replays a file through a Reader into a sink that accepts everything.
+template <class Reader> bool replayIntoNullSink(std::filesystem::path const& path)
+{
+    FileInputStream file(path.wstring());
+    NCStreamDefaultImpl sink;
+    Reader reader;
+    reader.setNCStream(&sink);
+    return reader.import(&file);
+}
 
 // The counters of a writer timed against plain writes of as many bytes.
 inline void reportWriting(benchmark::State& state, Pair const& times, double bytes)

@@ -57,23 +57,9 @@ bool sendProgram(NCStream& s)
     return s.onSectionEnd() && s.onClose();
 }
 
-void writeProgram(std::filesystem::path const& path)
-{
-    FileOutputStream file(path.wstring());
-    WriteBehindOutputStream behind(&file);
-    KernelCLDWriter writer(&behind);
-    sendProgram(writer);
-    behind.close();
-}
+void writeProgram(std::filesystem::path const& path) { Bench::writeThroughFile<KernelCLDWriter>(path, sendProgram); }
 
-bool replay(std::filesystem::path const& path)
-{
-    FileInputStream file(path.wstring());
-    NCStreamDefaultImpl sink;
-    KernelCLDReader reader;
-    reader.setNCStream(&sink);
-    return reader.import(&file);
-}
+bool replay(std::filesystem::path const& path) { return Bench::replayIntoNullSink<KernelCLDReader>(path); }
 
 Bench::FileFormat const program("KernelCLDBench", ".cld", writeProgram, replay);
 
