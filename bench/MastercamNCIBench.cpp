@@ -1,0 +1,3 @@
+// Placeholder: being written.
+#include <benchmark/benchmark.h>
+BENCHMARK_MAIN();

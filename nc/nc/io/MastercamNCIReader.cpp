@@ -1,0 +1,2 @@
+// Placeholder: being written.
+#include "nc/nc/io/MastercamNCIReader.h"

@@ -1,0 +1,2 @@
+// Placeholder: being written.
+#include "tools/quarnnc/formats/FormatParts.h"
