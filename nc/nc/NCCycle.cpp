@@ -135,4 +135,12 @@ bool NCCycle::getWellKnownCycleHasToolpath(Cycle cycle) noexcept
     return cycle < CYCLE_STOCK_TRANSFER || cycle > CYCLE_TOOL_CALL;
 }
 
+char const* NCCycle::getName(Cycle cycle) noexcept
+{
+    for (auto const& entry : Names)
+        if (entry.cycle == cycle)
+            return entry.name;
+    return nullptr;
+}
+
 } // namespace Quarn

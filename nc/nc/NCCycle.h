@@ -95,6 +95,10 @@ public:
     // Whether the cycle moves the tool: false for stock transfer, the secondary-spindle
     // operations, the two turning groups and the tool call; true otherwise, CYCLE_NONE included.
     static bool getWellKnownCycleHasToolpath(Cycle cycle) noexcept;
+    // The cycle's first name in the catalogue, the one getWellKnownCycle reads back as the same
+    // value: "thread-milling" for 23, the "probing-" spelling of the probe cycles, and
+    // "probe-xy-circular-hole-with-z" for 48. nullptr for CYCLE_NONE and unknown values.
+    static char const* getName(Cycle cycle) noexcept;
 };
 
 } // namespace Quarn

@@ -28,20 +28,24 @@ class NCStream;
 //   every cycle          rapid to C, rapid to R, then
 //   drilling             feed to B, rapid to C
 //   counter-boring       feed to B, dwell, rapid to C
-//   deep-drilling        pecks: feed down by the first peck, then by each subsequent peck, after
-//                        each peck a rapid out to R and a rapid back to the peck clearance above
-//                        the depth reached; the last feed reaches B; dwell; rapid to C
-//   chip-breaking        pecks as deep drilling, but after each a rapid back by the peck
-//                        clearance only; dwell; rapid to C
+//   deep-drilling        pecks: feed down by the first peck, then by each subsequent peck (depths
+//                        below R, the last clipped to B), after each peck short of B a rapid out
+//                        to R and a rapid back to the peck clearance above the depth reached
+//                        (left out when that is above R); the last feed reaches B; dwell; rapid
+//                        to C
+//   chip-breaking        pecks as deep drilling, but after each short of B a rapid back up by the
+//                        peck clearance only; dwell; rapid to C
 //   right-tapping, left-tapping, boring
 //                        feed to B, dwell, feed out to R, rapid to C
 //   stop-boring          feed to B, dwell, rapid to C
 //   fine-boring          feed to B, dwell, rapid by the shift across the axis (along x of the
-//                        hole: the part of +X across the axis, or of +Y when the axis is X), rapid
-//                        out to C shifted likewise, rapid back to C
-// Dwells are sent only when the dwell is positive. Pecks of zero or less make one feed to B.
-// Moves are onRapid and onLinear (MOVEMENT_CUTTING) when the axis is +Z, else the tool-axis forms
-// with FLAG_ABSOLUTE_DIRECTION and the axis as direction.
+//                        hole: the part of +X across the axis, or of +Y when the axis is X to
+//                        within 1e-9), rapid out to C shifted likewise, rapid back to C
+// Dwells (onDwell with flags 0) are sent only when the dwell is positive. A first peck of zero or
+// less makes one feed to B, a subsequent peck of zero or less repeats the first, and a peck
+// clearance of zero or less makes no rapid back. The first move of a hole is always sent.
+// Moves are onRapid (MOVEMENT_RAPID) and onLinear (MOVEMENT_CUTTING, the feedrate) when the axis
+// is exactly +Z, else the tool-axis forms with FLAG_ABSOLUTE_DIRECTION and the axis as direction.
 class QUARN_NC_EXPORT NCCycleDefinition {
 public:
     // The values of a cycle, in the order sendParameters sends them.
@@ -72,8 +76,8 @@ public:
     // DEFAULT_PARAMETER_NAMESPACE + "/cycle/" + "clearance-height", "reference-height", "depth",
     // "first-peck", "subsequent-peck", "peck-clearance", "dwell", "feedrate", "shift".
     static std::string const& getParameterName(Value value);
-    // The value a parameter name stands for: the full name, or the same name under a namespace
-    // NCStream::stripNamespace knows.
+    // The value a parameter name stands for: the full name, or the same name under the other
+    // parameter namespace NCStream::stripNamespace knows (NamespaceBaseB's).
     static std::optional<Value> findValue(char const* name) noexcept;
     // Takes the value when name is one of the cycle's; returns whether it was.
     bool setFromParameter(char const* name, double number) noexcept;
@@ -92,13 +96,17 @@ public:
     // Sends the value as a double parameter.
     bool sendParameter(NCStream& target, Value value) const;
 
-    // Why the moves of a hole cannot be made ("Too many pecks."; values or points that are not
-    // finite: "Cycle value 'depth' is not a number."), or nothing when they can.
+    // Why the moves of a hole cannot be made, or nothing when they can. The first of: a value that
+    // is not finite ("Cycle value 'depth' is not a number.", in the order of Value), "Hole top is
+    // not a number.", "Hole bottom is not a number.", "Hole moves are out of range." (a point of a
+    // move would not be finite), "Too many pecks." (more than MaximumPecks).
     std::optional<std::wstring> checkHole(Vector3D const& top, Vector3D const& bottom) const;
     // Sends the moves of one hole (above); false at the first false. The cycle must be expandable
-    // and the hole pass checkHole.
+    // and the hole pass checkHole; otherwise it sends nothing and returns false.
     bool expandHole(NCStream& target, Vector3D const& top, Vector3D const& bottom) const;
 
+    // The point of a hole's axis line at a height (exact for holes along X, Y or Z).
+    static Vector3D getPointAtHeight(Vector3D const& top, Vector3D const& bottom, double height) noexcept;
     // The unit vector from bottom to top; +Z when they coincide.
     static Vector3D getHoleAxis(Vector3D const& top, Vector3D const& bottom) noexcept;
 

@@ -83,3 +83,32 @@ TEST(NCCycle, OnlyTransferSpindleTurningGroupsAndToolCallHaveNoToolpath)
         EXPECT_EQ(NCCycle::getWellKnownCycleHasToolpath(static_cast<NCCycle::Cycle>(value)), expected) << value;
     }
 }
+
+TEST(NCCycle, NameIsTheFirstSpellingAndReadsBackAsTheSameCycle)
+{
+    struct Case {
+        unsigned int value;
+        char const* name;
+    } const cases[] = {
+        {1, "drilling"},
+        {23, "thread-milling"},
+        {25, "custom"},
+        {26, "probe"},
+        {30, "probing-x-channel"},
+        {48, "probe-xy-circular-hole-with-z"},
+        {50, "probing-xy-circular-boss-with-z"},
+        {69, "turning-TNR"},
+        {71, "tool-call"},
+    };
+    for (auto const& c : cases)
+        EXPECT_STREQ(NCCycle::getName(static_cast<NCCycle::Cycle>(c.value)), c.name) << c.value;
+    for (unsigned int value = 0; value <= 80; ++value) {
+        char const* name = NCCycle::getName(static_cast<NCCycle::Cycle>(value));
+        if (value == 0 || value > 71) {
+            EXPECT_EQ(name, nullptr) << value;
+            continue;
+        }
+        ASSERT_NE(name, nullptr) << value;
+        EXPECT_EQ(NCCycle::getWellKnownCycle(name), value) << name;
+    }
+}

@@ -1,5 +1,5 @@
 // End-to-end tests of the quarnnc tool: the built binary run on the bundled examples and on
-// missing, truncated and foreign files, checked by exit status, messages and golden output.
+// missing, truncated, patched and foreign files, checked by exit status, messages and golden output.
 #include "nc/nc/NCContext.h"
 #include "nc/nc/NCStreamDefaultImpl.h"
 #include "nc/nc/io/CompactNCIReader.h"
@@ -11,13 +11,17 @@
 
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <initializer_list>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -68,6 +72,14 @@ protected:
         Quarn::CompactNCIWriter writer(&file);
         EXPECT_TRUE(send(writer)) << name;
         file.close();
+        return path;
+    }
+
+    // A file of the given bytes in the scratch directory.
+    fs::path scratchFile(std::string const& name, std::string const& bytes) const
+    {
+        fs::path const path = scratch / name;
+        std::ofstream(path, std::ios::binary) << bytes;
         return path;
     }
 
@@ -172,6 +184,44 @@ void expectJSONLines(std::string const& text)
     }
 }
 
+// The moves among the event counts that `quarnnc info` prints.
+std::uint64_t movesInInfo(std::string const& info)
+{
+    static constexpr std::string_view moves[] = {"onRapid", "onRapid5D", "onLinear", "onLinear5D", "onCWArc",
+        "onCCWArc", "onCircular", "onCWCircle", "onCCWCircle"};
+    std::string_view const heading = "events:\n";
+    std::size_t const events = info.find(heading);
+    std::istringstream lines(events == std::string::npos ? "" : info.substr(events + heading.size()));
+    std::string name;
+    std::uint64_t count = 0, total = 0;
+    while (lines >> name >> count)
+        if (std::find(std::begin(moves), std::end(moves), name) != std::end(moves))
+            total += count;
+    return total;
+}
+
+// The lines of a text that start with one of the prefixes.
+std::size_t linesStartingWith(std::string const& text, std::initializer_list<std::string_view> prefixes)
+{
+    std::istringstream lines(text);
+    std::string line;
+    std::size_t count = 0;
+    while (std::getline(lines, line))
+        for (std::string_view prefix : prefixes)
+            count += line.starts_with(prefix) ? 1 : 0;
+    return count;
+}
+
+// The number of the first line of an NCI text that is `line` (never the first line of the file).
+long lineOf(std::string const& text, std::string const& line)
+{
+    std::size_t const position = text.find("\n" + line + "\r\n");
+    EXPECT_NE(position, std::string::npos) << line;
+    std::string_view const before(text.data(), position);
+    // The lines ended before the end of the line in front, that line, and the line sought.
+    return std::count(before.begin(), before.end(), '\n') + 2;
+}
+
 } // namespace
 
 TEST_F(Quarnnc, BundledExamplesAreWhatTheGeneratorWrites)
@@ -179,7 +229,7 @@ TEST_F(Quarnnc, BundledExamplesAreWhatTheGeneratorWrites)
     std::string const command = "'" GENERATOR_PATH "' '" + scratch.string() + "' >/dev/null";
     ASSERT_EQ(std::system(command.c_str()), 0);
     for (char const* name : {"part-3axis.nci", "swarf-5axis.nci", "inch-part.nci", "pocket.kts", "pocket.jsonl",
-             "swarf-5axis.cld", "pocket.cldt"})
+             "swarf-5axis.cld", "pocket.cldt", "synthetic-mill.nci"})
         EXPECT_EQ(readFile(scratch / name), readFile(source / "examples" / name))
             << name << " is out of date: build the regenerate-examples target";
 }
@@ -195,6 +245,9 @@ TEST_F(Quarnnc, VersionHelpAndUsageErrors)
     for (char const* command : {"info", "validate", "convert", "transform", "ranges", "log"})
         EXPECT_NE(help.out.find(command), std::string::npos) << command;
     EXPECT_EQ(run("convert --help").status, 0);
+    for (char const* command : {"info", "validate", "convert", "transform", "ranges", "log"})
+        EXPECT_NE(run(std::string(command) + " --help").out.find("NCI files do not say their unit"), std::string::npos)
+            << command;
 
     struct Case {
         char const* arguments;
@@ -208,6 +261,7 @@ TEST_F(Quarnnc, VersionHelpAndUsageErrors)
         {"convert examples/part-3axis.nci out.xml --map-to-wcs", "--map-to-wcs is not supported for xml output"},
         {"transform examples/part-3axis.nci out.nci --translate 1,2", "--translate takes 3"},
         {"transform examples/part-3axis.nci out.nci --rotate w,90", "--rotate takes an axis"},
+        {"info --nci-unit cm examples/synthetic-mill.nci", "--nci-unit: cm not in {inch,mm}"},
     };
     for (auto const& c : cases) {
         Result usage = run(c.arguments);
@@ -273,6 +327,8 @@ TEST_F(Quarnnc, RangesRefusesDirectionsThatAreToolAxes)
     } const cases[] = {
         // The context declares unit vectors: the swarf cut tilts the tool by 30 degrees.
         {"examples/swarf-5axis.nci", 65, "", "quarnnc: examples/swarf-5axis.nci" + refused},
+        // The five-axis records of NCI files carry tool axes.
+        {"examples/synthetic-mill.nci", 65, "", "quarnnc: examples/synthetic-mill.nci" + refused},
         {flagged, 65, "", "quarnnc: " + flagged + refused},
         // Without a context only the flag tells.
         {withoutContext, 0, "section 1  A [0, 0]  B [30, 30]  C [1, 1]\ntotal  A [0, 0]  B [30, 30]  C [1, 1]\n", ""},
@@ -310,9 +366,11 @@ TEST_F(Quarnnc, MissingTruncatedAndForeignInputs)
 
 TEST_F(Quarnnc, ValidateReportsAndSetsTheExitStatus)
 {
-    Result clean = run("validate examples/part-3axis.nci");
-    EXPECT_EQ(clean.status, 0) << clean.out;
-    EXPECT_NE(clean.out.find("0 errors"), std::string::npos) << clean.out;
+    for (char const* name : {"part-3axis.nci", "synthetic-mill.nci"}) {
+        Result clean = run(std::string("validate examples/") + name);
+        EXPECT_EQ(clean.status, 0) << clean.out;
+        EXPECT_EQ(clean.out, std::string("examples/") + name + ": 0 errors, 0 warnings\n");
+    }
 
     Result json = run("validate --format json examples/part-3axis.nci");
     EXPECT_EQ(json.status, 0);
@@ -516,4 +574,201 @@ TEST_F(Quarnnc, TextCutterLocationDataRoundTripsAndIsReadByEveryCommand)
     Result program = run("convert examples/part-3axis.nci '" + fromProgram + "'");
     ASSERT_EQ(program.status, 0) << program.err;
     EXPECT_NE(program.err.find("have no place in this format and were left out"), std::string::npos) << program.err;
+}
+
+TEST_F(Quarnnc, InfoDescribesAnNCIFileInTheUnitItIsGiven)
+{
+    // NCI files do not say their unit: inches unless --nci-unit says otherwise; numbers stay as written.
+    struct Case {
+        char const* option;
+        char const* unit;
+    } const cases[] = {{"", "inches"}, {"--nci-unit inch ", "inches"}, {"--nci-unit mm ", "millimeters"}};
+    for (auto const& c : cases) {
+        Result info = run(std::string("info ") + c.option + "examples/synthetic-mill.nci");
+        EXPECT_EQ(info.status, 0) << c.option << info.err;
+        EXPECT_EQ(info.err, "") << c.option;
+        EXPECT_EQ(info.out.substr(0, info.out.find("events:\n")),
+            std::string("file:         examples/synthetic-mill.nci\n"
+                        "format:       mastercam-nci\n"
+                        "sections:     3\n"
+                        "tools:        2\n"
+                        "  T2 flat-end-mill D0.5\n"
+                        "  T3 drill D0.25\n"
+                        "units:        ")
+                + c.unit
+                + "\n"
+                  "bounding box: x -0.75 .. 4, y -0.1 .. 3, z -0.25 .. 10\n"
+                  "machine axes: none\n")
+            << c.option;
+        // The helix turn and the full circle of the bore, the drill cycle, the five-axis chamfer.
+        for (char const* events :
+            {"  onGroup                 1\n  onGroupEnd              1\n", "  onDwell                 1\n",
+                "  onLinear5D              3\n", "  onCircular              1\n  onCCWCircle             1\n"})
+            EXPECT_NE(info.out.find(events), std::string::npos) << events << info.out;
+    }
+
+    Result log = run("log examples/synthetic-mill.nci");
+    EXPECT_EQ(log.status, 0) << log.err;
+    EXPECT_NE(log.out.find("onComment(): comment:'SYNTHETIC EXAMPLE WRITTEN BY QUARN-GENERATE-EXAMPLES, NOT OUTPUT OF"),
+        std::string::npos);
+}
+
+TEST_F(Quarnnc, NCIConvertsToEveryFormatWithAllItsMoves)
+{
+    Result original = run("info examples/synthetic-mill.nci");
+    ASSERT_EQ(original.status, 0) << original.err;
+    std::uint64_t const moves = movesInInfo(original.out);
+    ASSERT_EQ(moves, 36u);
+
+    // Readable outputs are counted by info, the others by their move lines.
+    struct Case {
+        char const* file;
+        std::function<std::uint64_t(Result const& info, std::string const& text)> moves;
+    } const cases[] = {
+        {"mill.nci", [](Result const& info, std::string const&) { return movesInInfo(info.out); }},
+        {"mill.cldt", [](Result const& info, std::string const&) { return movesInInfo(info.out); }},
+        {"mill.xml",
+            [](Result const&, std::string const& text) {
+                return linesStartingWith(text, {"<rapid", "<linear", "<arc-", "<circular"});
+            }},
+        {"mill.jsonl",
+            [](Result const&, std::string const& text) {
+                expectJSONLines(text);
+                return linesStartingWith(text, {"{\"l\":", "{\"a\":", "{\"m\":"});
+            }},
+    };
+    for (auto const& c : cases) {
+        std::string const output = (scratch / c.file).string();
+        Result converted = run("convert examples/synthetic-mill.nci '" + output + "'");
+        ASSERT_EQ(converted.status, 0) << c.file << ": " << converted.err;
+        EXPECT_EQ(converted.out, "") << c.file;
+        EXPECT_EQ(c.moves(run("info '" + output + "'"), readFile(output)), moves) << c.file;
+    }
+
+    // Compact NCI keeps everything: its description is the NCI file's but for the name and format.
+    Result copy = run("info '" + (scratch / "mill.nci").string() + "'");
+    auto const body = [](std::string const& info) { return info.substr(info.find("sections:")); };
+    EXPECT_EQ(body(copy.out), body(original.out));
+}
+
+TEST_F(Quarnnc, ExpandedCyclesSendTheMovesOfEachHole)
+{
+    // Each of the three holes is a rapid to its top as a cycle, and its pecks when expanded.
+    std::string const plain = (scratch / "plain.nci").string(), expanded = (scratch / "expanded.nci").string();
+    ASSERT_EQ(run("convert examples/synthetic-mill.nci '" + plain + "'").status, 0);
+    struct Case {
+        std::string arguments;
+    } const cases[] = {
+        {"convert --expand-cycles examples/synthetic-mill.nci '" + expanded + "'"},
+        {"transform --expand-cycles examples/synthetic-mill.nci '" + expanded + "' --translate 1,2,3"},
+    };
+    std::uint64_t const before = movesInInfo(run("info '" + plain + "'").out);
+    for (auto const& c : cases) {
+        Result result = run(c.arguments);
+        ASSERT_EQ(result.status, 0) << c.arguments << ": " << result.err;
+        Result info = run("info '" + expanded + "'");
+        EXPECT_GT(movesInInfo(info.out), before + 3 * 4) << c.arguments;
+        EXPECT_NE(info.out.find("  onGroup                 1\n"), std::string::npos) << info.out;
+    }
+
+    Result cycle = run("log examples/synthetic-mill.nci");
+    Result moves = run("log --expand-cycles examples/synthetic-mill.nci");
+    EXPECT_NE(
+        cycle.out.find("onGroup(): uri:'http://www.quarn.dev/namespace/nc/cycle/deep-drilling'\n"), std::string::npos);
+    EXPECT_NE(moves.out.find("onGroup(): uri:'http://www.quarn.dev/namespace/nc/cycle/deep-drilling/expanded'\n"),
+        std::string::npos);
+
+    // The reader options reach transform's reader too.
+    std::string const metric = (scratch / "metric.nci").string();
+    ASSERT_EQ(run("transform --nci-unit mm examples/synthetic-mill.nci '" + metric + "' --translate 1,2,3").status, 0);
+    EXPECT_NE(run("info '" + metric + "'").out.find("units:        millimeters\n"), std::string::npos);
+}
+
+TEST_F(Quarnnc, AMalformedNCIFileEndsWithTheLineOfTheFault)
+{
+    std::string const example = readFile(source / "examples/synthetic-mill.nci");
+    // The example with its first line `from` replaced by `to`.
+    auto const replaced = [&example](std::string const& from, std::string const& to) {
+        std::string text = example;
+        std::size_t const position = text.find("\n" + from + "\r\n");
+        EXPECT_NE(position, std::string::npos) << from;
+        return text.replace(position + 1, from.size(), to);
+    };
+    std::string const withoutLastLine = example.substr(0, example.size() - std::string_view("0. 0. 0.\r\n").size());
+    std::string const withoutEnd = example.substr(0, example.rfind("1003\r\n"));
+    struct Case {
+        std::string text;
+        std::string line; // the line named, from the top of the file
+        std::string message;
+    } const cases[] = {
+        {replaced("0 -0.75 1. 0.1 -2. 0", "0 -0.75 1.2.3 0.1 -2. 0"), "0 -0.75 1.2.3 0.1 -2. 0",
+            "Invalid number '1.2.3' in value 3 (y) of record 0."},
+        {replaced("41 -0.25 1. -0.25 20. 3000", "43 -0.25 1. -0.25 20. 3000"), "43 -0.25 1. -0.25 20. 3000",
+            "Unknown cutter compensation 43 in record 1."},
+        // The cycle's record becomes one of an unknown code: its holes have no cycle.
+        {replaced("81", "82"), "0 3.25 0.75 -0.35 1. 0.1 0. 6. 3.25 0.75 0. 0 0",
+            "Drill hole without a drill cycle in record 100."},
+        {withoutLastLine, "1003", "Record 1003 has no value line."},
+        {withoutEnd, "0 0. 0. 10. -2. 0", "File ends without its end record 1003."},
+    };
+    for (auto const& c : cases) {
+        fs::path const file = scratchFile("broken.nci", c.text);
+        Result info = run("info '" + file.string() + "'");
+        EXPECT_EQ(info.status, 65) << c.message;
+        EXPECT_EQ(info.out, "") << c.message;
+        EXPECT_EQ(info.err,
+            "quarnnc: " + file.string() + ":" + std::to_string(lineOf(c.text, c.line)) + ": " + c.message + "\n");
+    }
+}
+
+TEST_F(Quarnnc, FilesNamedNCIThatAreNoNCIFilesAreRefused)
+{
+    std::string const drill = "M48\r\nINCH,LZ\r\nT1C0.0350\r\n%\r\nT1\r\nX0100Y0100\r\nM30\r\n";
+    std::string const drillFile = "A circuit-board drill file, not an NC program.";
+    std::string const unknown = "Not an NC program in a format this tool reads.";
+    struct Case {
+        char const* name;
+        std::string bytes;
+        std::string message;
+    } const cases[] = {
+        {"board.nci", drill, drillFile},
+        {"BOARD.NCI", drill, drillFile},
+        {"header.nci", "%\r\nM48\r\nM30\r\n", drillFile},
+        // Only the name tells a drill file from a program that starts with "%".
+        {"board.drl", drill, unknown},
+        {"binary.nci", std::string("\x7f\x01\x02\x03\x00\x00\x10\x50", 8), unknown},
+        {"version.nci", "1051\r\nNOT THE HEADER\r\n1003\r\n0. 0. 0.\r\n", unknown},
+    };
+    for (auto const& c : cases) {
+        fs::path const file = scratchFile(c.name, c.bytes);
+        Result info = run("info '" + file.string() + "'");
+        EXPECT_EQ(info.status, 65) << c.name;
+        EXPECT_EQ(info.err, "quarnnc: " + file.string() + ": " + c.message + "\n") << c.name;
+    }
+}
+
+TEST_F(Quarnnc, UnknownNCIRecordsAreCountedOnStandardError)
+{
+    std::string const example = readFile(source / "examples/synthetic-mill.nci");
+    std::size_t const end = example.rfind("1003\r\n");
+    struct Case {
+        std::string records;
+        std::string sentence;
+    } const cases[] = {
+        {"", ""},
+        {"999\r\n1 2 3\r\n", "1 record of an unknown code was passed on as a parameter"},
+        {"999\r\n1 2 3\r\n30001\r\nSPARE TEXT\r\n4242\r\n\r\n",
+            "3 records of unknown codes were passed on as parameters"},
+    };
+    for (auto const& c : cases) {
+        fs::path const file = scratchFile("unknown.nci", std::string(example).insert(end, c.records));
+        std::string const xml = (scratch / "unknown.xml").string();
+        Result converted = run("convert '" + file.string() + "' '" + xml + "'");
+        EXPECT_EQ(converted.status, 0) << c.sentence << converted.err;
+        EXPECT_EQ(converted.err, c.sentence.empty() ? "" : "quarnnc: " + file.string() + ": " + c.sentence + "\n");
+        // The records travel on as parameters named by their codes.
+        EXPECT_EQ(
+            readFile(xml).find("mastercam-nci/unknown-999' value='1 2 3'") != std::string::npos, !c.records.empty())
+            << c.records;
+    }
 }

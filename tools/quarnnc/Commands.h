@@ -16,10 +16,16 @@ struct Invocation {
     std::function<int()> run;
 };
 
-// Adds a subcommand that reads one program, FILE; when it is chosen, run gets the path and the
-// shared options. Returns the subcommand, for options of its own.
+// Adds a subcommand that reads one program, FILE, with the reader options of addReaderOptions;
+// when it is chosen, run gets the path and the shared options. Returns the subcommand, for
+// options of its own.
 CLI::App* addFileCommand(CLI::App& app, Invocation& invocation, std::string const& name, std::string const& description,
     std::function<int(std::string const& input, RunOptions const& options)> run);
+
+// Adds the options that set up the reader of every input: --nci-unit.
+void addReaderOptions(CLI::App& command, ReaderOptions& options);
+// Adds --expand-cycles, for the commands that pass the moves they read on.
+void addExpandCyclesFlag(CLI::App& command, ReaderOptions& options);
 
 void addInfoCommand(CLI::App& app, Invocation& invocation);
 void addValidateCommand(CLI::App& app, Invocation& invocation);

@@ -18,6 +18,8 @@ void addConvertCommand(CLI::App& app, Invocation& invocation)
     command->add_option(
         "--to", arguments->to, "Output format: " + FormatRegistry::writerNames() + " (default: from OUT's extension)");
     command->add_flag("--map-to-wcs", arguments->mapToWCS, "Express contexts in the work coordinate system");
+    addReaderOptions(*command, invocation.options.reader);
+    addExpandCyclesFlag(*command, invocation.options.reader);
     command->callback([arguments, &invocation] {
         invocation.run = [arguments, &invocation] {
             Format const& format = chooseOutputFormat(arguments->to, arguments->output);

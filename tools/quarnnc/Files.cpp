@@ -12,6 +12,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <utility>
 
 namespace Quarn::Tool {
 
@@ -33,15 +34,21 @@ Format const& detectInput(std::string const& path)
     } catch (IOException const&) {
         throw ToolError(ExitNoInput, path, "Cannot open the file for reading.");
     }
-    Format const* format = FormatRegistry::detect(Unicode::fromUTF8(path));
-    if (format == nullptr)
-        throw ToolError(ExitDataError, path, "Not an NC program in a format this tool reads.");
-    return *format;
+    std::wstring const wide = Unicode::fromUTF8(path);
+    if (Format const* format = FormatRegistry::detect(wide))
+        return *format;
+    for (Format const* format : FormatRegistry::all())
+        if (format->namesForeign != nullptr)
+            if (std::string sentence = format->namesForeign(wide); !sentence.empty())
+                throw ToolError(ExitDataError, path, std::move(sentence));
+    throw ToolError(ExitDataError, path, "Not an NC program in a format this tool reads.");
 }
 
 bool replay(Format const& format, std::string const& path, NCStream& chain, RunOptions const& options)
 {
     auto reader = format.makeReader();
+    if (format.configureReader != nullptr)
+        format.configureReader(*reader, options.reader);
     reader->setNCStream(&chain);
     try {
         FileInputStream file(Unicode::fromUTF8(path));

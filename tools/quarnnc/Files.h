@@ -3,6 +3,8 @@
 
 #include "tools/quarnnc/Format.h"
 
+#include "nc/nc/NCUnit.h"
+
 #include "util/utility/io/FileOutputStream.h"
 #include "util/utility/io/WriteBehindOutputStream.h"
 
@@ -11,16 +13,26 @@
 
 namespace Quarn::Tool {
 
+// How the tool sets up the reader of an input; each format applies what concerns it
+// (Format::configureReader) and ignores the rest.
+struct ReaderOptions {
+    // Send drill cycles as the moves they make rather than as cycle groups.
+    bool expandCycles = false;
+    // The length unit of NCI files, which do not say theirs.
+    NCUnit::Unit nciUnit = NCUnit::INCHES;
+};
+
 struct RunOptions {
     bool quiet = false;
+    ReaderOptions reader;
 };
 
 // The format of an existing input file; ToolError 66 when it is missing, 65 when no format
-// recognises it.
+// recognises it (naming what the file is when a format can tell).
 Format const& detectInput(std::string const& path);
 
-// Reads the whole input into the chain; false when the chain stopped the program. Malformed
-// input ends in ToolError 65 with the position of the fault.
+// Reads the whole input into the chain through a reader set up by options.reader; false when the
+// chain stopped the program. Malformed input ends in ToolError 65 with the position of the fault.
 bool replay(Format const& format, std::string const& path, NCStream& chain, RunOptions const& options);
 
 // An output file whose failures end the tool (73 cannot create, 74 cannot write). It is written

@@ -17,6 +17,8 @@ struct WriterOptions {
     bool mapToWCS = false;
 };
 
+struct ReaderOptions;
+
 // A writer and whatever it needs alive (the output file): the tail of a chain.
 class OutputSink {
 public:
@@ -44,6 +46,13 @@ struct Format {
     // Recognises a file by its content, never by its name; must not throw.
     bool (*recognises)(std::wstring const& path) = nullptr;
     std::unique_ptr<NCReader> (*makeReader)() = nullptr;
+    // Applies the options that concern the format to a reader of makeReader; null for a format
+    // whose reader has no options.
+    void (*configureReader)(NCReader& reader, ReaderOptions const& options) = nullptr;
+    // Names a file that no format recognises when it is a kind of file known to be taken for this
+    // format's files ("A circuit-board drill file, not an NC program."); "" otherwise; must not
+    // throw.
+    std::string (*namesForeign)(std::wstring const& path) = nullptr;
     // "2.4.0"; null when the format has no version.
     std::string (*version)(std::wstring const& path) = nullptr;
     // What the reader read but could not pass on as NC events, as a sentence ("" for nothing);

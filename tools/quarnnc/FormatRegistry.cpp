@@ -5,7 +5,7 @@
 #include <filesystem>
 
 // Every format by the name of its constant, one line per file in formats/, in the order
-// detection tries them.
+// detection tries them: the project's own formats first, then the CAM system's NCI files.
 #define QUARN_TOOL_FORMATS(FORMAT)                                                                                     \
     FORMAT(compactNCI)                                                                                                 \
     FORMAT(kernelStream)                                                                                               \
@@ -13,6 +13,7 @@
     FORMAT(kernelCLD)                                                                                                  \
     FORMAT(xml)                                                                                                        \
     FORMAT(jsonLines)                                                                                                  \
+    FORMAT(mastercamNCI)                                                                                               \
     FORMAT(eventLog)
 
 namespace Quarn::Tool {

@@ -86,6 +86,8 @@ void addTransformCommand(CLI::App& app, Invocation& invocation)
     command->add_option("--axial-offset", arguments->axialOffset, "Shift every move along the tool axis");
     command->add_option("--orientation", arguments->orientation,
         "Work plane of the result, as its x axis and z axis: XX,XY,XZ,ZX,ZY,ZZ");
+    addReaderOptions(*command, invocation.options.reader);
+    addExpandCyclesFlag(*command, invocation.options.reader);
     command->callback([arguments, &invocation] {
         invocation.run = [arguments, &invocation] {
             Format const& format = chooseOutputFormat(arguments->to, arguments->output);

@@ -4,6 +4,7 @@
 
 #include "nc/nc/NCParseException.h"
 #include "nc/nc/io/CutterLocationDataDescription.h"
+#include "nc/nc/io/TextLines.h"
 #include "nc/nc/kernelstream/KernelParameterNames.h"
 #include "util/utility/SafePointer.h"
 #include "util/utility/io/FileInputStream.h"
@@ -29,7 +30,6 @@ namespace Quarn {
 
 namespace {
 
-constexpr std::size_t BlockSize = 64 * 1024;
 constexpr std::size_t QuoteLimit = 40;
 
 constexpr std::array<std::string_view, NCStream::MOVEMENT_COUNT> MovementKeywords = {"RAPID", "LEAD_IN", "CUTTING",
@@ -115,7 +115,6 @@ std::wstring quoted(std::string_view text)
     return L"'" + Unicode::fromUTF8(text.substr(0, QuoteLimit)) + (cut ? L"...'" : L"'");
 }
 
-[[noreturn, gnu::cold]] void throwTooLong(unsigned int line) { throw NCParseException(line, L"Line too long.", L""); }
 
 // A value of a statement, as parsed.
 struct Value {
@@ -585,102 +584,6 @@ private:
     std::string commentText;
 };
 
-// Lines of an input stream: found in the blocks read and given in place; only a line that
-// straddles two blocks is copied.
-class BlockLines {
-public:
-    explicit BlockLines(InputStream& source)
-        : source(source), block(std::make_unique_for_overwrite<char[]>(BlockSize)), current(block.get()),
-          end(block.get())
-    {
-    }
-
-    // The next line without its end, valid until the next call; false at the end of the input.
-    bool next(std::string_view& line)
-    {
-        carry.clear();
-        for (;;) {
-            if (current == end && !refill()) {
-                if (carry.empty())
-                    return false;
-                line = carry;
-                return finish(line, false);
-            }
-            auto const* feed = static_cast<char const*>(std::memchr(current, '\n', static_cast<std::size_t>(end - current)));
-            auto const count = static_cast<std::size_t>((feed != nullptr ? feed : end) - current);
-            if (feed != nullptr && carry.empty()) {
-                line = std::string_view(current, count);
-                current = feed + 1;
-                return finish(line, true);
-            }
-            // One byte more than the limit may be the '\r' of the line's end.
-            if (count > KernelCLDReader::MaximumLineLength + 1 - carry.size())
-                throwTooLong(lineNumber + 1);
-            carry.append(current, count);
-            current += count;
-            if (feed != nullptr) {
-                ++current;
-                line = carry;
-                return finish(line, true);
-            }
-        }
-    }
-
-    unsigned int getLineNumber() const noexcept { return lineNumber; }
-
-private:
-    // Counts the line and drops the '\r' of a "\r\n" end.
-    bool finish(std::string_view& line, bool ended)
-    {
-        ++lineNumber;
-        if (ended && !line.empty() && line.back() == '\r')
-            line.remove_suffix(1);
-        if (line.size() > KernelCLDReader::MaximumLineLength)
-            throwTooLong(lineNumber);
-        return true;
-    }
-
-    bool refill()
-    {
-        if (exhausted)
-            return false;
-        std::size_t const count = source.read(block.get(), BlockSize);
-        current = block.get();
-        end = block.get() + count;
-        exhausted = count == 0;
-        return count != 0;
-    }
-
-    InputStream& source;
-    std::unique_ptr<char[]> block;
-    char const* current;
-    char const* end;
-    std::string carry;
-    unsigned int lineNumber = 0;
-    bool exhausted = false;
-};
-
-// Lines of a line reader, held to the same limit.
-class ReaderLines {
-public:
-    explicit ReaderLines(LineReader& reader) : reader(reader) { }
-
-    bool next(std::string_view& line)
-    {
-        if (!reader.readLine(buffer))
-            return false;
-        if (buffer.size() > KernelCLDReader::MaximumLineLength)
-            throwTooLong(reader.getLineNumber());
-        line = buffer;
-        return true;
-    }
-    unsigned int getLineNumber() const { return reader.getLineNumber(); }
-
-private:
-    LineReader& reader;
-    std::string buffer;
-};
-
 template <class Lines> bool replay(Lines& lines, NCStream& target, Abortable& abortSource, bool passComments)
 {
     if (abortSource.isAborted())
@@ -715,14 +618,14 @@ bool KernelCLDReader::import(SequentialLineReader& reader) { return import(stati
 
 bool KernelCLDReader::import(LineReader* reader)
 {
-    ReaderLines lines(*SafePointer<LineReader>(reader));
+    ReaderLines lines(*SafePointer<LineReader>(reader), MaximumLineLength);
     return replay(lines, *SafePointer<NCStream>(getNCStream()), *getAbortable(), getPassOnComments());
 }
 
 bool KernelCLDReader::import(InputStream* stream)
 {
     NCStream& target = *SafePointer<NCStream>(getNCStream());
-    BlockLines lines(*SafePointer<InputStream>(stream));
+    BlockLines lines(*SafePointer<InputStream>(stream), MaximumLineLength);
     return replay(lines, target, *getAbortable(), getPassOnComments());
 }
 

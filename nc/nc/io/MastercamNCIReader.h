@@ -33,7 +33,9 @@ namespace Quarn {
 //                             "first-tool-change" or "tool-change"; the context has the reader's
 //                             unit (setUnit), the last tool plane (1014; else the last
 //                             construction plane, 1017) as its plane, and the last work coordinate
-//                             system (1027) as its WCS; the tool has the record's number, offsets,
+//                             system (1027) as its WCS (a matrix's nine values are its rows, the
+//                             axes x, y and z, so they become the plane's columns; 1027's last three
+//                             the origin); the tool has the record's number, offsets,
 //                             spindle speed (its sign the direction) and coolant, the diameter and
 //                             corner radius of the last 1013 (else of the last 20004), the type of
 //                             the last 20004 and the name of the last 20001 as its description.
@@ -77,6 +79,7 @@ namespace Quarn {
 //                             (getUnknownRecordCount); it never stops the program
 //   1003                      ends the open group and section, then onClose, whose answer import
 //                             returns
+// With setPassThroughLineNumbers(true), every record begins with onLineNumber(the line of its code).
 // Values of a move that no event carries travel as int parameters, sent before a move whenever
 // they differ from the last ones sent (0 at first): "contour-flags", "canned-text-number" (the
 // cutter compensation value / 1000), "five-axis-value" (the unknown eighth value of 11) and
@@ -86,13 +89,14 @@ namespace Quarn {
 //
 // Malformed input throws NCParseException(line number, text, the line as read):
 //   "Not an NCI file: binary data."                 a first line holding bytes no text holds
-//   "Not an NCI file: a circuit-board drill file."  a first line starting "%" or "M48"
+//   "Not an NCI file: a circuit-board drill file."  a first line starting "M48"
+//   "Not an NCI file: it starts with '%' as G-code programs and drill files do."
 //   "Not an NCI file: the first record is not 1050."
 //   "Line too long."                                a line longer than MaximumLineLength
 //   "NUL byte in line."
 //   "Invalid record code 'x'."
 //   "Record 1 has no value line."                   the file ends after a record code
-//   "Record 1 needs 6 values, not 4."
+//   "Record 1 needs 5 values, not 4."
 //   "Invalid number 'x' in value 3 (y) of record 1."
 //   "Number out of range 'x' in value 3 (y) of record 1."
 //   "Invalid integer 'x' in value 1 (cutter compensation) of record 1."
