@@ -4,6 +4,8 @@
 #include "util/utility/math/Point3D.h"
 #include "util/utility/text/NumberFormat.h"
 
+#include <utility>
+
 namespace Quarn::TestSupport {
 
 void RecordingNCStream::stopAt(std::wstring eventName, int occurrence)
@@ -46,11 +48,19 @@ bool RecordingNCStream::record(NCEvent event, Vector3D const* points, unsigned i
     return finish(event, std::move(line));
 }
 
+void RecordingNCStream::abortAt(std::wstring eventName, AbortableImpl& source)
+{
+    abortEvent = std::move(eventName);
+    abortSource = &source;
+}
+
 bool RecordingNCStream::finish(NCEvent event, std::wstring line)
 {
     std::string_view const name = getEventName(event);
     std::wstring const eventName(name.begin(), name.end());
     events.push_back(eventName + line);
+    if (abortSource != nullptr && eventName == abortEvent)
+        std::exchange(abortSource, nullptr)->abort();
     return !(eventName == stopEvent && ++seenOfStopEvent == stopOccurrence);
 }
 

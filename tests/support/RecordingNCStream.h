@@ -8,6 +8,7 @@
 #include "nc/nc/NCTool.h"
 #include "nc/nc/machinedata/AxisOrdering.h"
 #include "nc/nc/machinedata/AxisValues.h"
+#include "util/utility/AbortableImpl.h"
 #include "util/utility/math/TaggedFrame.h"
 #include "util/utility/text/Variant.h"
 
@@ -32,6 +33,9 @@ public:
     // Refuse (answer false) the occurrence-th event of this name, counting from 1; every
     // event after it is still recorded and answered true.
     void stopAt(std::wstring eventName, int occurrence = 1);
+    // Aborts source when the first event of this name arrives (and records and answers it as any
+    // other): how readers are tested for polling their abort source.
+    void abortAt(std::wstring eventName, AbortableImpl& source);
     // The names of the recorded events, without arguments.
     std::vector<std::wstring> names() const;
     // All lines joined with line feeds: handy for golden comparisons.
@@ -68,6 +72,8 @@ private:
     static std::wstring pointsText(Vector3D const* points, unsigned int count);
     static std::wstring knotsText(double const* knots, unsigned int count);
 
+    std::wstring abortEvent;
+    AbortableImpl* abortSource = nullptr;
     std::wstring stopEvent;
     int stopOccurrence = 0;
     int seenOfStopEvent = 0;

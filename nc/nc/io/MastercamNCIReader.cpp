@@ -813,6 +813,16 @@ private:
         return {top, bottom};
     }
 
+    // From the top of the hole to its bottom; finite numbers can be too far apart for a double.
+    double depthOf(Vector3D const& top, Vector3D const& bottom) const
+    {
+        Vector3D const d = top - bottom;
+        double const depth = std::hypot(d.x, d.y, d.z);
+        if (!std::isfinite(depth))
+            fail(L"Hole depth out of range in record " + number(recordCode) + L".");
+        return depth;
+    }
+
     double cycleFeed() const noexcept { return values[Feed] < 0.0 ? feedrate : values[Feed]; }
 
     bool drillCycle(Layout const& layout)
@@ -823,7 +833,7 @@ private:
         auto const [top, bottom] = hole();
         cycle.setValue(NCCycleDefinition::VALUE_CLEARANCE_HEIGHT, values[ClearanceHeight]);
         cycle.setValue(NCCycleDefinition::VALUE_REFERENCE_HEIGHT, values[ReferenceHeight]);
-        cycle.setValue(NCCycleDefinition::VALUE_DEPTH, (top - bottom).getModulus());
+        cycle.setValue(NCCycleDefinition::VALUE_DEPTH, depthOf(top, bottom));
         cycle.setValue(NCCycleDefinition::VALUE_FIRST_PECK, values[FirstPeck]);
         cycle.setValue(NCCycleDefinition::VALUE_SUBSEQUENT_PECK, values[SubsequentPeck]);
         cycle.setValue(NCCycleDefinition::VALUE_PECK_CLEARANCE, values[PeckClearance]);
@@ -847,7 +857,7 @@ private:
         std::pair<NCCycleDefinition::Value, double> const changes[] = {
             {NCCycleDefinition::VALUE_CLEARANCE_HEIGHT, values[ClearanceHeight]},
             {NCCycleDefinition::VALUE_REFERENCE_HEIGHT, values[ReferenceHeight]},
-            {NCCycleDefinition::VALUE_DEPTH, (top - bottom).getModulus()},
+            {NCCycleDefinition::VALUE_DEPTH, depthOf(top, bottom)},
             {NCCycleDefinition::VALUE_DWELL, values[Dwell]},
             {NCCycleDefinition::VALUE_FEEDRATE, cycleFeed()},
         };

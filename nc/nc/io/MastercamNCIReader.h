@@ -105,6 +105,7 @@ namespace Quarn {
 //   "Tool axis of zero length in record 11."
 //   "Unknown drill cycle type 20 in record 81."
 //   "Drill hole without a drill cycle in record 100."
+//   "Hole depth out of range in record 81."         top and bottom too far apart for a double
 //   the text of NCCycleDefinition::checkHole, when a hole is expanded
 //   "File ends without its end record 1003."
 // A quoted piece of a line longer than 40 bytes is cut to 40 followed by "...".

@@ -6,6 +6,7 @@
 #include "nc/nc/io/CompactNCIImpl.h"
 #include "tests/nc/io/CompactNCITesting.h"
 #include "tests/support/EventSamples.h"
+#include "tests/support/ReaderTesting.h"
 #include "tests/util/io/TestStreams.h"
 #include "util/utility/io/BufferedInputStream.h"
 #include "util/utility/io/FileOutputStream.h"
@@ -394,27 +395,8 @@ TEST(CompactNCIReader, RefusalOfAnyEventStopsTheReplay)
 
 TEST(CompactNCIReader, AbortStopsBeforeTheNextRecord)
 {
-    struct AbortingAtContext : RecordingNCStream {
-        AbortableImpl* abortable = nullptr;
-        bool onContext(NCContext const& context) override
-        {
-            abortable->abort();
-            return RecordingNCStream::onContext(context);
-        }
-    };
-    std::string const file = everyRecordFile();
-    for (bool own : {true, false}) {
-        AbortableImpl external;
-        CompactNCIReader reader;
-        AbortingAtContext recorder;
-        recorder.abortable = own ? static_cast<AbortableImpl*>(&reader) : &external;
-        if (!own)
-            reader.setAbortable(&external);
-        reader.setNCStream(&recorder);
-        MemoryInputStream in(file);
-        EXPECT_FALSE(reader.import(&in));
-        EXPECT_EQ(recorder.names(), (std::vector<std::wstring> {L"onOpen", L"onContext"}));
-    }
+    EXPECT_EQ(namesWhenAbortedAt<CompactNCIReader>(L"onContext", everyRecordFile()),
+        (std::vector<std::wstring> {L"onOpen", L"onContext"}));
 }
 
 TEST(CompactNCIReader, LargeInputsReadAheadToTheSameEvents)

@@ -7,6 +7,7 @@
 #include "nc/nc/NCStreamDefaultImpl.h"
 #include "nc/nc/NCTool.h"
 #include "nc/nc/io/CutterLocationDataWriter.h"
+#include "tests/support/ReaderTesting.h"
 #include "tests/support/RecordingNCStream.h"
 #include "tests/util/io/TestStreams.h"
 #include "util/utility/Architecture.h"
@@ -415,26 +416,8 @@ TEST(CutterLocationDataReader, RefusalOfAnyEventStopsTheReplay)
 
 TEST(CutterLocationDataReader, AbortStopsBeforeTheNextRecord)
 {
-    struct AbortingAtContext : RecordingNCStream {
-        AbortableImpl* abortable = nullptr;
-        bool onContext(NCContext const& context) override
-        {
-            abortable->abort();
-            return RecordingNCStream::onContext(context);
-        }
-    };
-    for (bool own : {true, false}) {
-        AbortableImpl external;
-        CutterLocationDataReader reader;
-        AbortingAtContext recorder;
-        recorder.abortable = own ? static_cast<AbortableImpl*>(&reader) : &external;
-        if (!own)
-            reader.setAbortable(&external);
-        reader.setNCStream(&recorder);
-        MemoryInputStream in(everyRecordFile());
-        EXPECT_FALSE(reader.import(&in));
-        EXPECT_EQ(recorder.names(), (std::vector<std::wstring> {L"onOpen", L"onContext"}));
-    }
+    EXPECT_EQ(namesWhenAbortedAt<CutterLocationDataReader>(L"onContext", everyRecordFile()),
+        (std::vector<std::wstring> {L"onOpen", L"onContext"}));
 }
 
 TEST(CutterLocationDataReader, LargeInputsReadAheadAndInPiecesToTheSameEvents)

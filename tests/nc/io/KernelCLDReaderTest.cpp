@@ -5,6 +5,7 @@
 #include "nc/nc/NCParseException.h"
 #include "nc/nc/NCStreamDefaultImpl.h"
 #include "nc/nc/kernelstream/KernelParameterNames.h"
+#include "tests/support/ReaderTesting.h"
 #include "tests/support/RecordingNCStream.h"
 #include "tests/util/io/TestStreams.h"
 #include "util/utility/io/MemoryInputStream.h"
@@ -398,29 +399,17 @@ TEST(KernelCLDReader, RefusalOfAnyEventStopsTheReplay)
 
 TEST(KernelCLDReader, AbortStopsBeforeTheNextLine)
 {
-    struct AbortingAtSection : RecordingNCStream {
-        AbortableImpl* abortable = nullptr;
-        bool onSection() override
-        {
-            abortable->abort();
-            return RecordingNCStream::onSection();
-        }
-    };
-    for (bool own : {true, false}) {
-        AbortableImpl external;
-        KernelCLDReader reader;
-        AbortingAtSection recorder;
-        recorder.abortable = own ? static_cast<AbortableImpl*>(&reader) : &external;
-        if (!own)
-            reader.setAbortable(&external);
-        reader.setNCStream(&recorder);
-        MemoryInputStream in(header + "OPEN\nCLOSE\n");
-        EXPECT_FALSE(reader.import(&in));
-        EXPECT_EQ(recorder.names(), (std::vector<std::wstring> {L"onOpen", L"onSection"}));
-        MemoryInputStream again(header);
-        EXPECT_FALSE(reader.import(&again)) << "aborted before the header";
-        EXPECT_EQ(recorder.events.size(), 2u);
-    }
+    EXPECT_EQ(namesWhenAbortedAt<KernelCLDReader>(L"onSection", header + "OPEN\nCLOSE\n"),
+        (std::vector<std::wstring> {L"onOpen", L"onSection"}));
+    AbortableImpl aborted;
+    aborted.abort();
+    KernelCLDReader reader;
+    RecordingNCStream recorder;
+    reader.setAbortable(&aborted);
+    reader.setNCStream(&recorder);
+    MemoryInputStream in(header);
+    EXPECT_FALSE(reader.import(&in)) << "aborted before the header";
+    EXPECT_TRUE(recorder.events.empty());
 }
 
 TEST(KernelCLDReader, IsValidWhenTheFirstLineIsTheHeader)

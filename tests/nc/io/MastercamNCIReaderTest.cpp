@@ -6,6 +6,7 @@
 
 #include "nc/nc/NCCycleDefinition.h"
 #include "nc/nc/NCParseException.h"
+#include "tests/support/ReaderTesting.h"
 #include "tests/support/RecordingNCStream.h"
 #include "tests/util/io/TestStreams.h"
 #include "util/utility/io/MemoryInputStream.h"
@@ -778,6 +779,9 @@ TEST(MastercamNCIReader, MalformedInputThrowsWithTheLineAndTheEventsBeforeAreDel
             {6, L"Unknown drill cycle type 20 in record 81.", std::nullopt}},
         {start + "100\n0 3. 2. -.5 1. .1 0. 5. 3. 2. 0. 0 0\n",
             {6, L"Drill hole without a drill cycle in record 100.", std::nullopt}},
+        // Finite top and bottom whose distance is not: its square overflows long before.
+        {start + "81\n0 -1.5e308 2. -.5 0. 5. 0. 0. 0. 0. 1. .1 0. 0. 1.5e308 2. 0. 0 0\n",
+            {6, L"Hole depth out of range in record 81.", std::nullopt}},
         {start + "1005\nab" + std::string(1, '\0') + "c\n", {6, L"NUL byte in line.", std::nullopt}},
         {start + "1\n0 1. 2. 3. 5. 0\n", {6, L"File ends without its end record 1003.", std::nullopt}},
     };
@@ -926,25 +930,7 @@ TEST(MastercamNCIReader, LineNumbersOfTheRecordsWhenPassedThrough)
 
 TEST(MastercamNCIReader, AbortStopsBeforeTheNextRecord)
 {
-    struct AbortingAtSection : RecordingNCStream {
-        AbortableImpl* abortable = nullptr;
-        bool onSection() override
-        {
-            abortable->abort();
-            return RecordingNCStream::onSection();
-        }
-    };
-    for (bool own : {true, false}) {
-        AbortableImpl external;
-        MastercamNCIReader reader;
-        AbortingAtSection recorder;
-        recorder.abortable = own ? static_cast<AbortableImpl*>(&reader) : &external;
-        if (!own)
-            reader.setAbortable(&external);
-        reader.setNCStream(&recorder);
-        MemoryInputStream in(everything);
-        EXPECT_FALSE(reader.import(&in));
-        EXPECT_EQ(recorder.names().back(), L"onParameter") << "the text of the tool change, then nothing";
-        EXPECT_EQ(std::count(recorder.events.begin(), recorder.events.end(), L"onSection"), 1);
-    }
+    std::vector<std::wstring> const names = namesWhenAbortedAt<MastercamNCIReader>(L"onSection", everything);
+    EXPECT_EQ(names.back(), L"onParameter") << "the text of the tool change, then nothing";
+    EXPECT_EQ(std::count(names.begin(), names.end(), L"onSection"), 1);
 }

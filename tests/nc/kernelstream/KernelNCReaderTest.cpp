@@ -5,6 +5,7 @@
 #include "nc/nc/kernelstream/KernelOutputStream.h"
 #include "nc/nc/kernelstream/KernelParameterNames.h"
 #include "nc/nc/kernelstream/NCKernelOutputBinder.h"
+#include "tests/support/ReaderTesting.h"
 #include "tests/support/RecordingNCStream.h"
 #include "tests/util/io/TestStreams.h"
 #include "util/utility/AbortableImpl.h"
@@ -185,17 +186,6 @@ std::string kernelEntities(bool ucs4)
     return out.getData();
 }
 
-// Aborts its abort source when the program's first section opens.
-class AbortingAtSection final : public RecordingNCStream {
-public:
-    AbortableImpl abort;
-    bool onSection() override
-    {
-        abort.abort();
-        return RecordingNCStream::onSection();
-    }
-};
-
 } // namespace
 
 TEST(KernelNCReader, NCProgramComesBackWithEveryPositionNormalMovementAndFeedrate)
@@ -276,9 +266,8 @@ TEST(KernelNCReader, AnAbortStopsTheImportBeforeTheNextEntity)
     EXPECT_FALSE(import(programStream(), nothing, &aborted));
     EXPECT_TRUE(nothing.events.empty());
 
-    AbortingAtSection target;
-    EXPECT_FALSE(import(programStream(), target, &target.abort));
-    EXPECT_EQ(target.names(), (std::vector<std::wstring> {L"onOpen", L"onSection"}));
+    EXPECT_EQ(namesWhenAbortedAt<KernelNCReader>(L"onSection", programStream()),
+        (std::vector<std::wstring> {L"onOpen", L"onSection"}));
 }
 
 TEST(KernelNCReader, RefusesStreamsItCannotReadWithTheirOffsets)
