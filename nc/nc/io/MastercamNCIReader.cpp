@@ -18,6 +18,7 @@
 #include "util/utility/text/DecimalNumber.h"
 #include "util/utility/text/Unicode.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
@@ -289,11 +290,14 @@ std::string_view trimmed(std::string_view text) noexcept
     return text;
 }
 
-// A piece of the line in quotes for a message, cut when long.
+// A piece of the line in quotes for a message, cut when long (before a character, not in one).
 std::wstring quoted(std::string_view text)
 {
     bool const cut = text.size() > QuoteLimit;
-    return L"'" + Unicode::fromUTF8(text.substr(0, QuoteLimit)) + (cut ? L"...'" : L"'");
+    std::size_t size = std::min(text.size(), QuoteLimit);
+    while (cut && size > 0 && (static_cast<unsigned char>(text[size]) & 0xC0) == 0x80)
+        --size;
+    return L"'" + Unicode::fromUTF8(text.substr(0, size)) + (cut ? L"...'" : L"'");
 }
 
 std::wstring number(std::uint64_t value) { return std::to_wstring(value); }
@@ -471,8 +475,6 @@ private:
     void parse(Layout const& layout)
     {
         values.present = 0;
-        for (std::size_t i = 0; i < layout.values.count; ++i)
-            values.value[static_cast<std::size_t>(layout.fields[i])] = 0.0;
         char const* p = line.data();
         char const* const last = p + line.size();
         std::size_t count = 0;
@@ -493,7 +495,10 @@ private:
         if (count < layout.minimum)
             fail(L"Record " + number(recordCode) + L" needs " + number(layout.minimum) + L" values, not "
                 + number(count) + L".");
-        extra = trimmed(std::string_view(p, static_cast<std::size_t>(last - p)));
+        // Values the line does not have are 0.
+        for (std::size_t i = count; i < layout.values.count; ++i)
+            values.value[static_cast<std::size_t>(layout.fields[i])] = 0.0;
+        extra = p == last ? std::string_view() : trimmed(std::string_view(p, static_cast<std::size_t>(last - p)));
     }
 
     // Reads the value that starts at first, stores it and returns where it ends.
@@ -656,6 +661,11 @@ private:
     bool compensate(unsigned int& flags)
     {
         unsigned int const value = values.integer(Compensation);
+        // Most moves change nothing.
+        if (value == 0 && sticky[static_cast<std::size_t>(Sticky::CannedText)] == 0.0) {
+            flags |= compensation;
+            return true;
+        }
         switch (value % 1000) {
         case 0:
             break;
@@ -753,9 +763,7 @@ private:
         if (!moveEvents(flags))
             return false;
         Vector3D const tip = values.point(X, Y, Z);
-        Vector3D const axis = (values.point(AxisX, AxisY, AxisZ) - tip).getNormalized();
-        if (!axis.isProper())
-            fail(L"Tool axis of zero length in record " + number(recordCode) + L".");
+        Vector3D const axis = unitAxis(values.point(AxisX, AxisY, AxisZ) - tip);
         if (values.has(FiveAxisValue) && !sendSticky(Sticky::FiveAxisValue, values[FiveAxisValue]))
             return false;
         if (values.has(NormalZ)
@@ -766,6 +774,18 @@ private:
             return target.onRapid5D(tip, axis, flags | NCStream::getMovementFlags(NCStream::MOVEMENT_RAPID));
         return target.onLinear5D(
             tip, axis, feedrate, flags | NCStream::getMovementFlags(NCStream::MOVEMENT_CUTTING));
+    }
+
+    // The unit vector of the difference of two points, scaled first so that points far apart
+    // normalise as well as near ones.
+    Vector3D unitAxis(Vector3D const& difference) const
+    {
+        if (!difference.isFinite())
+            fail(L"Tool axis out of range in record " + number(recordCode) + L".");
+        double const scale = std::max({std::abs(difference.x), std::abs(difference.y), std::abs(difference.z)});
+        if (!(scale > 0.0))
+            fail(L"Tool axis of zero length in record " + number(recordCode) + L".");
+        return (difference / scale).getNormalized();
     }
 
     bool dwell()

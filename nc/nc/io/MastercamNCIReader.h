@@ -87,7 +87,8 @@ namespace Quarn {
 // parameter "extra-values" before it. A move before the first operation opens a section with the
 // context as it stands and a tool without a number.
 //
-// Malformed input throws NCParseException(line number, text, the line as read):
+// Malformed input throws NCParseException(line number, text, the line as read; "" for the two
+// line errors):
 //   "Not an NCI file: binary data."                 a first line holding bytes no text holds
 //   "Not an NCI file: a circuit-board drill file."  a first line starting "M48"
 //   "Not an NCI file: it starts with '%' as G-code programs and drill files do."
@@ -103,12 +104,14 @@ namespace Quarn {
 //   "Unknown cutter compensation 43 in record 1."
 //   "Unknown arc plane 3 in record 2."
 //   "Tool axis of zero length in record 11."
+//   "Tool axis out of range in record 11."          points too far apart for a double
 //   "Unknown drill cycle type 20 in record 81."
 //   "Drill hole without a drill cycle in record 100."
 //   "Hole depth out of range in record 81."         top and bottom too far apart for a double
 //   the text of NCCycleDefinition::checkHole, when a hole is expanded
 //   "File ends without its end record 1003."
-// A quoted piece of a line longer than 40 bytes is cut to 40 followed by "...".
+// A quoted piece of a line longer than 40 bytes is cut to 40 (less when that would split a UTF-8
+// character) followed by "...".
 //
 // The abort source is polled before every record; an abort or a false from the stream stops at
 // once and import returns false.
