@@ -772,3 +772,222 @@ TEST_F(Quarnnc, UnknownNCIRecordsAreCountedOnStandardError)
             << c.records;
     }
 }
+
+namespace {
+
+// The lines of a text, without their ends.
+std::vector<std::string> linesOf(std::string const& text)
+{
+    std::vector<std::string> lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+// The first line of a text that starts with the prefix, or "".
+std::string lineStartingWith(std::string const& text, std::string_view prefix)
+{
+    for (std::string const& line : linesOf(text))
+        if (line.starts_with(prefix))
+            return line;
+    return {};
+}
+
+} // namespace
+
+TEST_F(Quarnnc, ConvertWritesGCodeAndSaysWhatItLeftOut)
+{
+    std::string const ngc = (scratch / "part.ngc").string();
+    Result converted = run("convert examples/part-3axis.nci '" + ngc + "'");
+    ASSERT_EQ(converted.status, 0) << converted.err;
+    EXPECT_EQ(converted.out, "");
+    EXPECT_EQ(converted.err,
+        "quarnnc: " + ngc
+            + ": 15 parameters, 1 stock box, 4 groups and 4 group ends have no place in this format and were left out\n"
+              "quarnnc: "
+            + ngc + ": the flags of 11 moves were left out\n");
+    std::string const text = readFile(ngc);
+    std::vector<std::string> const lines = linesOf(text);
+    ASSERT_GT(lines.size(), 10u);
+    // The program's comment, the safe start, the work offset and the first tool.
+    std::vector<std::string> const head = {"%", "(100 x 60 x 30 aluminium block, origin at the top front left corner)",
+        "G21 G90 G17 G94 G40 G49 G80 G91.1", "G54", "T1 M6", "G43 H1", "S3000 M3"};
+    EXPECT_EQ(std::vector<std::string>(lines.begin(), lines.begin() + 7), head);
+    EXPECT_EQ(lines[lines.size() - 2], "M30");
+    EXPECT_EQ(lines.back(), "%");
+    EXPECT_EQ(text.back(), '\n');
+}
+
+TEST_F(Quarnnc, EveryGCodeExtensionAndTheNameChooseGCode)
+{
+    Result help = run("convert --help");
+    EXPECT_NE(help.out.find(".ngc .nc .tap .gcode gcode"), std::string::npos) << help.out;
+    EXPECT_NE(help.out.find("|gcode|"), std::string::npos) << help.out;
+
+    // Extensions match in any letter case; --to overrides the extension.
+    struct Case {
+        std::string arguments, output;
+    } const cases[] = {
+        {"", "part.ngc"},
+        {"", "part.nc"},
+        {"", "part.tap"},
+        {"", "part.gcode"},
+        {"", "PART.NGC"},
+        {"", "part.Tap"},
+        {"--to gcode ", "part.txt"},
+        {"--to gcode ", "part.xml"},
+    };
+    for (auto const& c : cases) {
+        std::string const output = (scratch / c.output).string();
+        Result converted = run("convert " + c.arguments + "examples/part-3axis.nci '" + output + "'");
+        EXPECT_EQ(converted.status, 0) << c.output << ": " << converted.err;
+        std::string const text = readFile(output);
+        EXPECT_EQ(text.rfind("%\n", 0), 0u) << c.output;
+        EXPECT_NE(text.find("\nG21 G90 G17 G94 "), std::string::npos) << c.output;
+        fs::remove(output);
+    }
+    // Other formats keep theirs, in any case too.
+    std::string const nci = (scratch / "COPY.NCI").string();
+    ASSERT_EQ(run("convert examples/part-3axis.nci '" + nci + "'").status, 0);
+    EXPECT_EQ(readFile(nci), readFile(source / "examples/part-3axis.nci"));
+}
+
+TEST_F(Quarnnc, DecimalsAndLineNumbersShapeTheGCode)
+{
+    unsigned int const cut = NCStream::getMovementFlags(NCStream::MOVEMENT_CUTTING);
+    // Numbers a float holds exactly: 1 + 15/64 and -2^-15.
+    auto const program = [&](char const* name, Quarn::NCUnit::Unit unit) {
+        NCContext context;
+        context.setUnit(unit);
+        return compactProgram(name, [&](NCStream& s) {
+            return s.onOpen() && s.onContext(context) && s.onSection() && s.onRapid({1.234375, -2.5, 10}, 0)
+                && s.onLinear({1.234375, -2.5, -0.000030517578125}, 250, cut) && s.onSectionEnd() && s.onClose();
+        }).string();
+    };
+    std::string const metric = program("metric.nci", Quarn::NCUnit::MILLIMETERS);
+    std::string const inch = program("inch.nci", Quarn::NCUnit::INCHES);
+    std::string const ngc = (scratch / "out.ngc").string();
+    // Rounded to nearest, trailing zeros trimmed, a number that rounds to zero is 0; 0 decimals
+    // choose by the unit.
+    struct Case {
+        std::string input, options, rapid, linear;
+    } const cases[] = {
+        {metric, "", "G0 X1.234 Y-2.5 Z10", "G1 Z0 F250"},
+        {metric, "--decimals 0", "G0 X1.234 Y-2.5 Z10", "G1 Z0 F250"},
+        {metric, "--decimals 6", "G0 X1.234375 Y-2.5 Z10", "G1 Z-0.000031 F250"},
+        {metric, "--decimals 1", "G0 X1.2 Y-2.5 Z10", "G1 Z0 F250"},
+        {inch, "", "G0 X1.2344 Y-2.5 Z10", "G1 Z0 F250"},
+        {inch, "--decimals 9", "G0 X1.234375 Y-2.5 Z10", "G1 Z-0.000030518 F250"},
+    };
+    for (auto const& c : cases) {
+        Result converted = run("convert " + c.options + " '" + c.input + "' '" + ngc + "'");
+        ASSERT_EQ(converted.status, 0) << c.options << ": " << converted.err;
+        std::string const text = readFile(ngc);
+        EXPECT_EQ(lineStartingWith(text, "G0 "), c.rapid) << c.options << "\n" << text;
+        EXPECT_EQ(lineStartingWith(text, "G1 "), c.linear) << c.options << "\n" << text;
+    }
+
+    // Every line but the "%" lines carries an N word, from START in steps of STEP.
+    struct Numbering {
+        std::string option;
+        unsigned int start, step;
+    } const numberings[] = {{"--line-numbers", 10, 10}, {"--line-numbers=100,5", 100, 5}, {"--line-numbers=0,1", 0, 1}};
+    for (auto const& n : numberings) {
+        Result converted = run("convert " + n.option + " examples/part-3axis.nci '" + ngc + "'");
+        ASSERT_EQ(converted.status, 0) << n.option << ": " << converted.err;
+        std::vector<std::string> const lines = linesOf(readFile(ngc));
+        ASSERT_GT(lines.size(), 3u);
+        EXPECT_EQ(lines.front(), "%");
+        EXPECT_EQ(lines.back(), "%");
+        unsigned int expected = n.start;
+        for (std::size_t i = 1; i + 1 < lines.size(); ++i, expected += n.step)
+            ASSERT_EQ(lines[i].rfind("N" + std::to_string(expected) + " ", 0), 0u) << n.option << ": " << lines[i];
+    }
+
+    // transform writes through the same options.
+    Result moved = run("transform --decimals 4 --line-numbers '" + metric + "' '" + ngc + "' --translate 1,0,0");
+    ASSERT_EQ(moved.status, 0) << moved.err;
+    EXPECT_NE(readFile(ngc).find(" G0 X2.2344 Y-2.5 Z10\n"), std::string::npos) << readFile(ngc);
+}
+
+TEST_F(Quarnnc, GCodeOptionsOutOfRangeOrForAnotherFormatAreRefused)
+{
+    std::string const ngc = (scratch / "out.ngc").string();
+    struct Case {
+        std::string arguments;
+        std::string message;
+    } const cases[] = {
+        {"--decimals 10", "--decimals: Value 10 not in range 0 to 9"},
+        {"--decimals -1", "--decimals"},
+        {"--decimals two", "--decimals"},
+        {"--line-numbers=10", "--line-numbers: takes START,STEP"},
+        {"--line-numbers=10,0", "--line-numbers: takes START,STEP"},
+        {"--line-numbers=10,5,1", "--line-numbers: takes START,STEP"},
+        {"--line-numbers=-10,5", "--line-numbers: takes START,STEP"},
+        {"--arc-tolerance 0", "--arc-tolerance: takes a positive number of millimetres, not '0'"},
+        {"--arc-tolerance -0.01", "--arc-tolerance"},
+        {"--arc-tolerance inf", "--arc-tolerance: takes a positive number of millimetres, not 'inf'"},
+        {"--arc-tolerance 1mm", "--arc-tolerance: takes a positive number of millimetres, not '1mm'"},
+        {"--to xml --decimals 4", "--decimals is not supported for xml output."},
+        {"--to compact-nci --line-numbers", "--line-numbers is not supported for compact-nci output."},
+        {"--to cld-text --arc-tolerance 0.01", "--arc-tolerance is not supported for cld-text output."},
+        {"--map-to-wcs", "--map-to-wcs is not supported for gcode output."},
+    };
+    for (auto const& c : cases) {
+        Result refused = run("convert " + c.arguments + " examples/part-3axis.nci '" + ngc + "'");
+        EXPECT_EQ(refused.status, 64) << c.arguments;
+        EXPECT_NE(refused.err.find(c.message), std::string::npos) << c.arguments << ": " << refused.err;
+        EXPECT_FALSE(fs::exists(ngc)) << c.arguments;
+    }
+    Result transform = run(
+        "transform --line-numbers examples/part-3axis.nci '" + (scratch / "out.xml").string() + "' --translate 1,2,3");
+    EXPECT_EQ(transform.status, 64);
+    EXPECT_EQ(transform.err, "quarnnc: --line-numbers is not supported for xml output.\n");
+}
+
+TEST_F(Quarnnc, ArcsOffTheAxisPlanesBecomeLinesWithinTheArcTolerance)
+{
+    // A quarter circle of radius 10 about a normal between Y and Z: no G17, G18 or G19 plane holds it.
+    unsigned int const cut = NCStream::getMovementFlags(NCStream::MOVEMENT_CUTTING);
+    Quarn::Vector3D const normal = Quarn::Vector3D(0, 1, 1).getNormalized();
+    Quarn::Vector3D const start(10, 0, 0), across = normal.cross(start);
+    std::string const tilted = compactProgram("tilted.nci", [&](NCStream& s) {
+        return s.onOpen() && s.onContext(NCContext()) && s.onSection() && s.onRapid(start, 0)
+            && s.onCCWArc({0, 0, 0}, across, normal, 500, cut) && s.onCCWArc({0, 0, 0}, start * -1.0, normal, 500, cut)
+            && s.onSectionEnd() && s.onClose();
+    }).string();
+    std::string const ngc = (scratch / "tilted.ngc").string();
+    std::size_t previous = 0;
+    for (char const* tolerance : {"1", "0.01", ""}) {
+        std::string const option = *tolerance == '\0' ? "" : std::string("--arc-tolerance ") + tolerance + " ";
+        Result converted = run("convert " + option + "'" + tilted + "' '" + ngc + "'");
+        ASSERT_EQ(converted.status, 0) << option << converted.err;
+        EXPECT_EQ(converted.err, "quarnnc: " + ngc + ": 2 arcs were written as lines within the arc tolerance\n");
+        std::string const text = readFile(ngc);
+        EXPECT_EQ(linesStartingWith(text, {"G2 ", "G3 "}), 0u) << text;
+        // The lines of each arc end at its end.
+        EXPECT_NE(text.find("\nX0 Y7.071 Z-7.071\n"), std::string::npos) << option << text;
+        EXPECT_NE(text.find("\nX-10 Y0 Z0\nM30\n"), std::string::npos) << option << text;
+        // The tighter the tolerance, the more lines.
+        std::size_t const lines = linesStartingWith(text, {"G1 ", "X", "Y", "Z"});
+        EXPECT_GT(lines, previous) << option;
+        previous = lines;
+    }
+}
+
+// LinuxCNC's interpreter, where it is installed, runs a converted example to its end.
+TEST_F(Quarnnc, TheInterpreterOfLinuxCNCRunsAConvertedExample)
+{
+    if (!fs::exists("/usr/bin/rs274"))
+        GTEST_SKIP() << "rs274 is not installed";
+    std::string const ngc = (scratch / "part.ngc").string();
+    ASSERT_EQ(run("convert examples/part-3axis.nci '" + ngc + "'").status, 0);
+    fs::path const canon = scratch / "canon.txt", messages = scratch / "rs274.txt";
+    std::string const command
+        = "/usr/bin/rs274 -g '" + ngc + "' '" + canon.string() + "' </dev/null >'" + messages.string() + "' 2>&1";
+    int const raw = std::system(command.c_str());
+    ASSERT_TRUE(WIFEXITED(raw));
+    EXPECT_EQ(WEXITSTATUS(raw), 0) << readFile(messages);
+    EXPECT_NE(readFile(canon).find("PROGRAM_END()"), std::string::npos);
+}

@@ -26,6 +26,9 @@ CLI::App* addFileCommand(CLI::App& app, Invocation& invocation, std::string cons
 void addReaderOptions(CLI::App& command, ReaderOptions& options);
 // Adds --expand-cycles, for the commands that pass the moves they read on.
 void addExpandCyclesFlag(CLI::App& command, ReaderOptions& options);
+// Adds the options that set up the writer of the output: --decimals, --line-numbers and
+// --arc-tolerance. writeThrough refuses those the output format does not honour.
+void addWriterOptions(CLI::App& command, WriterOptions& options);
 
 void addInfoCommand(CLI::App& app, Invocation& invocation);
 void addValidateCommand(CLI::App& app, Invocation& invocation);
@@ -36,7 +39,8 @@ void addLogCommand(CLI::App& app, Invocation& invocation);
 
 // Writes the input into the output through an optional chain of filters ending in the output
 // format's writer: the body of convert, transform and log. `head` builds the filters in front
-// of the writer and returns the first stage. Failures of the writer end in ToolError 74 naming the
+// of the writer and returns the first stage. A writer option the format does not honour ends in
+// ToolError 64 before anything is read; failures of the writer end in ToolError 74 naming the
 // output; a program that a stage stopped (a false) ends in ToolError 65 naming the input.
 int writeThrough(std::string const& input, std::string const& output, Format const& outputFormat,
     WriterOptions const& writerOptions, RunOptions const& options,

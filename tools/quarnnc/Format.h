@@ -6,15 +6,37 @@
 #include "nc/nc/NCReader.h"
 #include "nc/nc/NCStream.h"
 
+#include <cstdint>
 #include <memory>
+#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace Quarn::Tool {
 
+// How the tool sets up the writer of an output. An option left empty was not given; a format
+// honours the options of its Format::writerOptions and is never given another one.
 struct WriterOptions {
     bool mapToWCS = false;
+    // Digits after the decimal point of the numbers written; 0 chooses by the length unit.
+    std::optional<unsigned int> decimals;
+    struct LineNumbers {
+        unsigned int start = 10;
+        unsigned int step = 10;
+    };
+    std::optional<LineNumbers> lineNumbers;
+    // The largest distance, in millimetres, of the lines that stand for an arc from the arc.
+    std::optional<double> arcTolerance;
+
+    // The options of a writer, as bits of Format::writerOptions.
+    enum Option : unsigned int {
+        MapToWCS = 1u << 0,
+        Decimals = 1u << 1,
+        LineNumbering = 1u << 2,
+        ArcTolerance = 1u << 3,
+    };
 };
 
 struct ReaderOptions;
@@ -30,6 +52,8 @@ public:
     virtual std::vector<LeftOut> leftOut() const { return {}; }
     // The values the format dropped from events it kept; asked after finish.
     virtual std::vector<ValuesLeftOut> valuesLeftOut() const { return {}; }
+    // The arcs the format could not hold as arcs and wrote as lines; asked after finish.
+    virtual std::uint64_t arcsWrittenAsLines() const { return 0; }
 };
 
 // A constant that a file in formats/ defines and FormatRegistry.cpp lists. The parts a format
@@ -37,8 +61,9 @@ public:
 struct Format {
     // The short name used on the command line ("compact-nci").
     std::string_view name;
-    // The file name extension that selects the format for output ("nci").
-    std::string_view extension;
+    // The file name extensions, in lower case and without the dot, that select the format for
+    // output ("nci"); the first is the usual one. An output's extension matches in any case.
+    std::span<std::string_view const> extensions;
     // Whether the format stores coordinates as 32-bit floats: they then print as the shortest
     // text of the float (99.999), not of the double it widens to (99.9990005493164).
     bool floatCoordinates = false;
@@ -60,8 +85,8 @@ struct Format {
     std::string (*readerLeftOut)(NCReader const& reader) = nullptr;
 
     std::unique_ptr<OutputSink> (*makeWriter)(std::string const& path, WriterOptions const& options) = nullptr;
-    // Whether the writer honours WriterOptions::mapToWCS.
-    bool mapsToWCS = false;
+    // The options of WriterOptions that the writer honours (bits of WriterOptions::Option).
+    unsigned int writerOptions = 0;
 
     bool canRead() const noexcept { return recognises != nullptr && makeReader != nullptr; }
     bool canWrite() const noexcept { return makeWriter != nullptr; }

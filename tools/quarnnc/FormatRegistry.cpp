@@ -1,6 +1,7 @@
 // The table of formats.
 #include "tools/quarnnc/FormatRegistry.h"
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
 
@@ -12,6 +13,7 @@
     FORMAT(cutterLocationData)                                                                                         \
     FORMAT(kernelCLD)                                                                                                  \
     FORMAT(xml)                                                                                                        \
+    FORMAT(gcode)                                                                                                      \
     FORMAT(jsonLines)                                                                                                  \
     FORMAT(mastercamNCI)                                                                                               \
     FORMAT(eventLog)
@@ -51,10 +53,14 @@ Format const* FormatRegistry::findWriter(std::string_view name)
 Format const* FormatRegistry::writerForPath(std::string const& path)
 {
     std::string extension = std::filesystem::path(path).extension().string();
-    if (!extension.empty())
-        extension.erase(0, 1);
+    if (extension.empty())
+        return nullptr;
+    extension.erase(0, 1);
+    // Extensions are ASCII: a byte of a UTF-8 sequence never equals one of their letters.
+    auto const lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+    std::transform(extension.begin(), extension.end(), extension.begin(), lower);
     for (Format const* format : all())
-        if (format->canWrite() && !format->extension.empty() && format->extension == extension)
+        if (format->canWrite() && std::ranges::find(format->extensions, extension) != format->extensions.end())
             return format;
     return nullptr;
 }
@@ -66,6 +72,20 @@ std::string FormatRegistry::writerNames()
         if (format->canWrite())
             names.append(names.empty() ? "" : "|").append(format->name);
     return names;
+}
+
+std::string FormatRegistry::writerExtensions()
+{
+    std::string list;
+    for (Format const* format : all()) {
+        if (!format->canWrite() || format->extensions.empty())
+            continue;
+        list.append(list.empty() ? "" : ", ");
+        for (std::string_view extension : format->extensions)
+            list.append(".").append(extension).append(" ");
+        list.append(format->name);
+    }
+    return list;
 }
 
 } // namespace Quarn::Tool

@@ -18,10 +18,12 @@ public:
     static Format const* detect(std::wstring const& path);
     // The writable format of this name, or null.
     static Format const* findWriter(std::string_view name);
-    // The writable format whose extension the path ends with, or null.
+    // The writable format one of whose extensions the path ends with, in any letter case, or null.
     static Format const* writerForPath(std::string const& path);
     // "compact-nci|xml|log": the names of writable formats, for help texts.
     static std::string writerNames();
+    // ".nci compact-nci, .ngc .nc gcode": the extensions of each writable format, for help texts.
+    static std::string writerExtensions();
 };
 
 } // namespace Quarn::Tool

@@ -177,4 +177,13 @@ std::string describeLeftOut(std::span<LeftOut const> leftOut)
                               : " have no place in this format and were left out");
 }
 
+std::string describeArcsAsLines(std::uint64_t count)
+{
+    if (count == 0)
+        return {};
+    return std::to_string(count)
+        + (count == 1 ? " arc was written as lines within the arc tolerance"
+                      : " arcs were written as lines within the arc tolerance");
+}
+
 } // namespace Quarn::Tool

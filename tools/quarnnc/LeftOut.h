@@ -28,4 +28,8 @@ struct ValuesLeftOut {
 // "the feeds of 120 moves and the flags of 3 moves were left out"; empty when nothing was.
 std::string describeValuesLeftOut(std::span<ValuesLeftOut const> leftOut);
 
+// "3 arcs were written as lines within the arc tolerance"; empty for none: arcs a format cannot
+// hold as arcs (off the axis planes, say) and kept as the lines that stand for them.
+std::string describeArcsAsLines(std::uint64_t count);
+
 } // namespace Quarn::Tool

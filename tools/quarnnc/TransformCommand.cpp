@@ -1,5 +1,6 @@
 // quarnnc transform IN OUT: moves, rotates and mirrors a program and writes it in any format.
 #include "tools/quarnnc/Commands.h"
+#include "tools/quarnnc/FormatRegistry.h"
 #include "tools/quarnnc/ToolError.h"
 
 #include "nc/nc/AnyTransformNCStream.h"
@@ -73,19 +74,25 @@ void addTransformCommand(CLI::App& app, Invocation& invocation)
     struct Arguments {
         std::string input, output, to, translate, rotate, mirror, orientation;
         double axialOffset = 0.0;
+        WriterOptions writer;
     };
     auto arguments = std::make_shared<Arguments>();
     CLI::App* command = app.add_subcommand(
         "transform", "Move, rotate or mirror a program (mirror first, then rotate, then translate)");
     command->add_option("IN", arguments->input, "Input program")->required();
-    command->add_option("OUT", arguments->output, "Output file")->required();
-    command->add_option("--to", arguments->to, "Output format (default: from OUT's extension)");
+    command
+        ->add_option("OUT", arguments->output,
+            "Output file; its extension chooses the format: " + FormatRegistry::writerExtensions())
+        ->required();
+    command->add_option(
+        "--to", arguments->to, "Output format: " + FormatRegistry::writerNames() + " (default: from OUT's extension)");
     command->add_option("--translate", arguments->translate, "Translation X,Y,Z");
     command->add_option("--rotate", arguments->rotate, "Rotation AXIS,DEGREES about x, y or z, as in z,90");
     command->add_option("--mirror", arguments->mirror, "Mirror in a plane through the origin: xy, yz or zx");
     command->add_option("--axial-offset", arguments->axialOffset, "Shift every move along the tool axis");
     command->add_option("--orientation", arguments->orientation,
         "Work plane of the result, as its x axis and z axis: XX,XY,XZ,ZX,ZY,ZZ");
+    addWriterOptions(*command, arguments->writer);
     addReaderOptions(*command, invocation.options.reader);
     addExpandCyclesFlag(*command, invocation.options.reader);
     command->callback([arguments, &invocation] {
@@ -119,7 +126,7 @@ void addTransformCommand(CLI::App& app, Invocation& invocation)
             MirrorTransformNCStream mirrorer;
             if (mirror)
                 mirrorer.setPlane({0, 0, 0}, *mirror);
-            return writeThrough(arguments->input, arguments->output, format, {}, invocation.options,
+            return writeThrough(arguments->input, arguments->output, format, arguments->writer, invocation.options,
                 [&](NCStream& writer) -> NCStream& {
                     transformer.setNCStream(&writer);
                     if (!mirror)

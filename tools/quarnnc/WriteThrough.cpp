@@ -38,6 +38,25 @@ private:
     NCStream& writer;
 };
 
+// Ends the tool with status 64 when an option is given for a format whose writer cannot honour it.
+void refuseOptionsNotHonoured(Format const& format, WriterOptions const& options)
+{
+    struct Given {
+        bool given;
+        WriterOptions::Option option;
+        char const* name;
+    } const given[] = {
+        {options.mapToWCS, WriterOptions::MapToWCS, "--map-to-wcs"},
+        {options.decimals.has_value(), WriterOptions::Decimals, "--decimals"},
+        {options.lineNumbers.has_value(), WriterOptions::LineNumbering, "--line-numbers"},
+        {options.arcTolerance.has_value(), WriterOptions::ArcTolerance, "--arc-tolerance"},
+    };
+    for (Given const& g : given)
+        if (g.given && (format.writerOptions & g.option) == 0)
+            throw ToolError(
+                ExitUsage, "", std::string(g.name) + " is not supported for " + std::string(format.name) + " output.");
+}
+
 #define QUARN_NC_EVENT(name, parameters, arguments)                                                                    \
     bool OutputErrors::name parameters                                                                                 \
     {                                                                                                                  \
@@ -51,6 +70,7 @@ int writeThrough(std::string const& input, std::string const& output, Format con
     WriterOptions const& writerOptions, RunOptions const& options,
     std::function<NCStream&(NCStream& writer)> const& head)
 {
+    refuseOptionsNotHonoured(outputFormat, writerOptions);
     Format const& inputFormat = detectInput(input);
     std::error_code error;
     if (output != "/dev/stdout" && std::filesystem::exists(output, error)
@@ -65,6 +85,8 @@ int writeThrough(std::string const& input, std::string const& output, Format con
         std::fprintf(stderr, "quarnnc: %s: %s\n", output.c_str(), sentence.c_str());
     std::vector<ValuesLeftOut> const valuesLeftOut = sink->valuesLeftOut();
     if (std::string const sentence = describeValuesLeftOut(valuesLeftOut); !sentence.empty())
+        std::fprintf(stderr, "quarnnc: %s: %s\n", output.c_str(), sentence.c_str());
+    if (std::string const sentence = describeArcsAsLines(sink->arcsWrittenAsLines()); !sentence.empty())
         std::fprintf(stderr, "quarnnc: %s: %s\n", output.c_str(), sentence.c_str());
     // A stage that answers false has stopped the program; the output holds what came before.
     if (!completed)

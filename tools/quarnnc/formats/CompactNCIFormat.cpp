@@ -6,9 +6,15 @@
 
 namespace Quarn::Tool::Formats {
 
+namespace {
+
+constexpr std::string_view extensions[] = {"nci"};
+
+} // namespace
+
 extern constinit Format const compactNCI {
     .name = "compact-nci",
-    .extension = "nci",
+    .extensions = extensions,
     .floatCoordinates = true,
     .recognises = recognisedBy<CompactNCIReader>,
     .makeReader = makeReader<CompactNCIReader>,
@@ -19,7 +25,7 @@ extern constinit Format const compactNCI {
                 + std::to_string(version.build);
         },
     .makeWriter = makeFileSink<CompactNCIWriter>,
-    .mapsToWCS = true,
+    .writerOptions = WriterOptions::MapToWCS,
 };
 
 } // namespace Quarn::Tool::Formats

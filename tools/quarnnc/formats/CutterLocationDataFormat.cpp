@@ -6,9 +6,15 @@
 
 namespace Quarn::Tool::Formats {
 
+namespace {
+
+constexpr std::string_view extensions[] = {"cld"};
+
+} // namespace
+
 extern constinit Format const cutterLocationData {
     .name = "cld",
-    .extension = "cld",
+    .extensions = extensions,
     .floatCoordinates = true,
     .recognises = recognisedBy<CutterLocationDataReader>,
     .makeReader = makeReader<CutterLocationDataReader>,

@@ -15,14 +15,23 @@ template <class Reader> bool recognisedBy(std::wstring const& path) { return Rea
 
 template <class Reader> std::unique_ptr<NCReader> makeReader() { return std::make_unique<Reader>(); }
 
-// A writer constructed on an OutputStream, writing into an OutputFile; it maps contexts to the
-// work coordinate system when asked and able to.
+// A writer constructed on an OutputStream, writing into an OutputFile. It is given the options it
+// has a setter for and that the command line gave (the format's writerOptions say which).
 template <class Writer> class FileSink final : public OutputSink {
 public:
     FileSink(std::string const& path, WriterOptions const& options) : file(path), writer(&file)
     {
         if constexpr (requires { writer.setMapToWCS(true); })
             writer.setMapToWCS(options.mapToWCS);
+        if constexpr (requires { writer.setDecimals(3u); })
+            if (options.decimals)
+                writer.setDecimals(*options.decimals);
+        if constexpr (requires { writer.setLineNumbers(10u, 10u); })
+            if (options.lineNumbers)
+                writer.setLineNumbers(options.lineNumbers->start, options.lineNumbers->step);
+        if constexpr (requires { writer.setArcTolerance(0.001); })
+            if (options.arcTolerance)
+                writer.setArcTolerance(*options.arcTolerance);
     }
     NCStream& stream() override { return writer; }
     void finish() override { file.close(); }
@@ -43,6 +52,13 @@ public:
                 if (std::uint64_t const count = writer.getLeftOut(static_cast<LeftOutValue>(i)))
                     result.push_back({static_cast<LeftOutValue>(i), count});
         return result;
+    }
+    std::uint64_t arcsWrittenAsLines() const override
+    {
+        if constexpr (requires { writer.getLinearisedArcs(); })
+            return writer.getLinearisedArcs();
+        else
+            return 0;
     }
 
 private:

@@ -5,9 +5,15 @@
 
 namespace Quarn::Tool::Formats {
 
+namespace {
+
+constexpr std::string_view extensions[] = {"jsonl"};
+
+} // namespace
+
 extern constinit Format const jsonLines {
     .name = "jsonl",
-    .extension = "jsonl",
+    .extensions = extensions,
     .makeWriter = [](std::string const& path, WriterOptions const&) -> std::unique_ptr<OutputSink> {
         return std::make_unique<KernelOutputSink<JSONOutputStream>>(path);
     },

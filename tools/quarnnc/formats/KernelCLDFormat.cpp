@@ -6,9 +6,15 @@
 
 namespace Quarn::Tool::Formats {
 
+namespace {
+
+constexpr std::string_view extensions[] = {"cldt"};
+
+} // namespace
+
 extern constinit Format const kernelCLD {
     .name = "cld-text",
-    .extension = "cldt",
+    .extensions = extensions,
     .recognises = recognisedBy<KernelCLDReader>,
     .makeReader = makeReader<KernelCLDReader>,
     .makeWriter = makeFileSink<KernelCLDWriter>,

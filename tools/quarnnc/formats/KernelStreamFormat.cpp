@@ -10,6 +10,8 @@ namespace Quarn::Tool::Formats {
 
 namespace {
 
+constexpr std::string_view extensions[] = {"kts"};
+
 // The facts about the kernel process that an NC program has no event for.
 std::string processFactsLeftOut(NCReader const& reader)
 {
@@ -40,7 +42,7 @@ std::string processFactsLeftOut(NCReader const& reader)
 
 extern constinit Format const kernelStream {
     .name = "kernel",
-    .extension = "kts",
+    .extensions = extensions,
     .floatCoordinates = true,
     .recognises = recognisedBy<KernelNCReader>,
     .makeReader = makeReader<KernelNCReader>,

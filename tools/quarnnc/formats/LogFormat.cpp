@@ -10,6 +10,8 @@ namespace Quarn::Tool::Formats {
 
 namespace {
 
+constexpr std::string_view extensions[] = {"log"};
+
 // The log keeps its own file and remembers, rather than throws, a failed write.
 class LogSink final : public OutputSink {
 public:
@@ -36,7 +38,7 @@ private:
 
 extern constinit Format const eventLog {
     .name = "log",
-    .extension = "log",
+    .extensions = extensions,
     .makeWriter = [](std::string const& path, WriterOptions const&) -> std::unique_ptr<OutputSink> {
         return std::make_unique<LogSink>(path);
     },

@@ -15,6 +15,8 @@ namespace Quarn::Tool::Formats {
 
 namespace {
 
+constexpr std::string_view extensions[] = {"nci"};
+
 void configure(NCReader& reader, ReaderOptions const& options)
 {
     auto& nci = static_cast<MastercamNCIReader&>(reader);
@@ -64,7 +66,7 @@ std::string drillFile(std::wstring const& path)
 
 extern constinit Format const mastercamNCI {
     .name = "mastercam-nci",
-    .extension = "nci",
+    .extensions = extensions,
     .recognises = recognisedBy<MastercamNCIReader>,
     .makeReader = makeReader<MastercamNCIReader>,
     .configureReader = configure,

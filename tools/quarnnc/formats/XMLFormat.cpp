@@ -5,9 +5,15 @@
 
 namespace Quarn::Tool::Formats {
 
+namespace {
+
+constexpr std::string_view extensions[] = {"xml"};
+
+} // namespace
+
 extern constinit Format const xml {
     .name = "xml",
-    .extension = "xml",
+    .extensions = extensions,
     .makeWriter = makeFileSink<XMLNCWriter>,
 };
 
