@@ -1024,6 +1024,9 @@ bool GCodeWriter::onSpindleSpeed(double speed)
         refuse(L"Not a finite number.");
     if (speed < 0.0)
         refuse(L"Negative spindle speed.");
+    // S is modal: the speed the tool or the last S set is not written again.
+    if (spindleOn && speed == spindleSpeed)
+        return finish();
     beginLine();
     appendNumber(dialect.spindleSpeedLetter, scale(speed));
     emitLine();
@@ -1054,6 +1057,12 @@ bool GCodeWriter::onCommand(Command command)
         countLeftOut(NCEvent::onCommand);
         return finish(NCStreamDefaultImpl::onCommand(command));
     }
+    // Turning on what already runs the same way writes nothing; stops are always written.
+    bool const running = (command == COMMAND_SPINDLE_CLOCKWISE && spindleOn && spindleClockwise)
+        || (command == COMMAND_SPINDLE_COUNTERCLOCKWISE && spindleOn && !spindleClockwise)
+        || (command == COMMAND_START_SPINDLE && spindleOn) || (command == COMMAND_COOLANT_ON && coolantOn);
+    if (running)
+        return finish();
     writeWordLine(word);
     switch (command) {
     case COMMAND_SPINDLE_CLOCKWISE:

@@ -60,13 +60,14 @@ class OutputStream;
 //                   flood-mist, M9 for none when coolant is on; coolants without a word are not
 //                   written). The spindle speed and direction are kept for START_SPINDLE and
 //                   dwells in revolutions.
-//   onSpindleSpeed  "S<rpm>"
+//   onSpindleSpeed  "S<rpm>", unless the spindle already runs at that speed
 //   onCoolant       the coolant's words as for a tool; the level is not carried; a coolant
 //                   without a word is left out
 //   onCommand       the dialect's word (M0 stop, M1 optional stop, M3/M4 spindle, M5 spindle
 //                   stop, M19 orientation, M6 load tool, M8/M9 coolant, M60 pallet change);
 //                   START_SPINDLE as M3 or M4 by the last direction; END and every command
-//                   without a word are left out (the program ends with M30 at onClose)
+//                   without a word are left out (the program ends with M30 at onClose);
+//                   spindle and coolant starts for what already runs that way write nothing
 //   onRadiusCompensation   "G40", "G41", "G42" (the control takes the radius of its tool)
 //   onComment       "(text)": '(' and ')' become '[' and ']', line breaks and other control
 //                   characters blanks; a text the control would read as a command (after blanks,

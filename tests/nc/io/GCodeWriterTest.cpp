@@ -778,6 +778,11 @@ TEST(GCodeWriter, WritesToolsSpindleCoolantAndCommands)
     NCTool unnumbered;
     EXPECT_EQ(body([&](GCodeWriter& w) {
         w.onTool(tool);
+        // What already runs that way writes nothing: S, M4 and coolant are modal.
+        w.onSpindleSpeed(1500.5);
+        w.onCommand(NCStream::COMMAND_SPINDLE_COUNTERCLOCKWISE);
+        w.onCommand(NCStream::COMMAND_START_SPINDLE);
+        w.onCommand(NCStream::COMMAND_COOLANT_ON);
         w.onCommand(NCStream::COMMAND_STOP_SPINDLE);
         w.onCommand(NCStream::COMMAND_START_SPINDLE);
         w.onTool(probe);
