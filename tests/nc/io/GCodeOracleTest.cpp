@@ -767,6 +767,9 @@ private:
             return d;
         };
         double const radius = radial(e.start).getModulus();
+        // The rounded start and end of a small arc are off by an angle of about their rounding
+        // over the radius.
+        double const angleTolerance = 1e-3 + 4.0 * Tolerance / std::max(radius, Tolerance);
         double turned = 0.0;
         for (std::size_t i = next; i < motions.size() && motions[i].kind == Motion::Feed; ++i) {
             Motion const& m = motions[i];
@@ -778,7 +781,7 @@ private:
                 turned += std::atan2(n.dot(from.cross(to)), from.dot(to));
             if (!feedOf(e, m).empty())
                 return "line segment " + std::to_string(i - next + 1) + " of the arc: " + feedOf(e, m);
-            if (near(m.end, e.end) && std::abs(turned - e.sweep) < 1e-3) {
+            if (near(m.end, e.end) && std::abs(turned - e.sweep) < angleTolerance) {
                 ++linearisedArcs;
                 position = m.end;
                 next = i + 1;
