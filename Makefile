@@ -19,6 +19,7 @@ demo: deps build/default/build.ninja
 	$(QUARNNC) convert examples/part-3axis.nci build/default/part-3axis.xml
 	head -n 12 build/default/part-3axis.xml
 	$(QUARNNC) info examples/synthetic-mill.nci
+	$(QUARNNC) info examples/bolt-circle.ngc
 
 test: deps build/default/build.ninja
 	cmake --build --preset default

@@ -1,16 +1,19 @@
-// Writes the bundled example programs (compact NCI, kernel output, cutter location data and a
-// CAM system's NCI file), or a long generated program:
+// Writes the bundled example programs (compact NCI, kernel output, cutter location data, a
+// CAM system's NCI file and G-code), or a long generated program:
 //   quarn-generate-examples DIR              part-3axis.nci, swarf-5axis.nci, inch-part.nci, the
 //                                            kernel toolpath pocket.kts and pocket.jsonl, the
 //                                            five-axis part as swarf-5axis.cld, the kernel
-//                                            toolpath as text CLD pocket.cldt and the synthetic
-//                                            NCI toolpath synthetic-mill.nci in DIR
+//                                            toolpath as text CLD pocket.cldt, the synthetic
+//                                            NCI toolpath synthetic-mill.nci, the three-axis
+//                                            part as G-code part-3axis.ngc and the hand-style
+//                                            G-code program bolt-circle.ngc in DIR
 //   quarn-generate-examples --moves N FILE   a generated program of N moves
 #include "examples/ExampleProgram.h"
 #include "examples/ExampleToolpath.h"
 
 #include "nc/nc/io/CompactNCIWriter.h"
 #include "nc/nc/io/CutterLocationDataWriter.h"
+#include "nc/nc/io/GCodeWriter.h"
 #include "nc/nc/io/KernelCLDWriter.h"
 #include "nc/nc/kernelstream/JSONOutputStream.h"
 #include "nc/nc/kernelstream/KernelNCReader.h"
@@ -197,6 +200,95 @@ void writeSyntheticNCI(std::string const& path)
     std::printf("wrote %s\n", path.c_str());
 }
 
+// A G-code program as a machinist writes it by hand for LinuxCNC's dialect: named parameters, a
+// subroutine with arguments called from a while loop, an if/else, G81 drilling with G99 between
+// holes and G98 after the last, a helix of three turns (P), a full circle, half circles by R in
+// a repeat loop, and comments of every kind. Written as text, so that it keeps its layout.
+constexpr std::string_view BoltCircle = R"(%
+(bolt-circle.ngc: six holes on a bolt circle, a counterbore and the outside profile of a flange)
+(SYNTHETIC EXAMPLE WRITTEN BY QUARN-GENERATE-EXAMPLES IN THE STYLE OF A HAND-WRITTEN PROGRAM)
+(Flange 110 mm across, 20 mm thick, origin at the centre of its top face; millimetres)
+(MSG, Bolt circle: 6 holes of 8.5 mm on a circle of 80 mm)
+
+#<holes> = 6                 (holes on the circle)
+#<circle_d> = 80             (diameter of the bolt circle)
+#<first_angle> = 15          (angle of the first hole from +X, degrees)
+#<hole_depth> = -22          (through the flange)
+#<retract> = 2               (R plane of the drill cycle)
+#<clear> = 25                (clearance height between operations)
+
+; One hole of the bolt circle: #1 angle, #2 radius, #3 depth, #4 R plane, #5 98 or 99
+o<bolt_hole> sub
+  #<x> = [#2 * COS[#1]]
+  #<y> = [#2 * SIN[#1]]
+  o<return_mode> if [#5 EQ 98]
+    G98 G81 X#<x> Y#<y> Z#3 R#4 F150
+  o<return_mode> else
+    G99 G81 X#<x> Y#<y> Z#3 R#4 F150
+  o<return_mode> endif
+o<bolt_hole> endsub
+
+G21 G90 G17 G94 G40 G49 G80 G91.1
+G54
+
+(Drill the bolt circle, back to the R plane between holes, to the start height after the last)
+T1 M6 (8.5 mm drill)
+G43 H1
+S1800 M3
+M8
+G0 X0 Y0 Z#<clear>
+#<i> = 0
+o<each_hole> while [#<i> LT #<holes>]
+  #<mode> = 99
+  o<last> if [#<i> EQ [#<holes> - 1]]
+    #<mode> = 98
+  o<last> endif
+  o<bolt_hole> call [#<first_angle> + 360 * #<i> / #<holes>] [#<circle_d> / 2] [#<hole_depth>] [#<retract>] [#<mode>]
+  #<i> = [#<i> + 1]
+o<each_hole> endwhile
+G80
+M9
+
+(Counterbore of 30 mm in the centre: a helix of three turns down to 6 mm, a circle at the bottom)
+T2 M6 (10 mm flat end mill)
+G43 H2
+S6000 M3
+M8
+#<bore_r> = [15 - 5]         (bore radius less the tool radius)
+G0 X#<bore_r> Y0
+G0 Z2
+G1 Z0 F300
+G3 X#<bore_r> Y0 Z-6 I[-#<bore_r>] J0 P3 F400
+G3 X#<bore_r> Y0 I[-#<bore_r>] J0
+G1 X[#<bore_r> - 1]
+G0 Z#<clear>
+
+(Outside profile of 110 mm, climb milled in two passes of 2.5 mm, half circles by R)
+#<profile_r> = [55 + 5]
+G0 X[-#<profile_r>] Y0
+G0 Z2
+#<pass> = 1
+o<passes> repeat [2]
+  G1 Z[-2.5 * #<pass>] F300
+  G2 X#<profile_r> Y0 R#<profile_r> F800
+  G2 X[-#<profile_r>] Y0 R#<profile_r>
+  #<pass> = [#<pass> + 1]
+o<passes> endrepeat
+G0 Z#<clear>
+M9
+M5
+M2
+%
+)";
+
+void writeText(std::string const& path, std::string_view text)
+{
+    FileOutputStream file(Unicode::fromUTF8(path));
+    file.write(text.data(), text.size());
+    file.close();
+    std::printf("wrote %s\n", path.c_str());
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -220,6 +312,8 @@ int main(int argc, char** argv)
         write<CutterLocationDataWriter>(first + "/swarf-5axis.cld", Examples::sendSwarfPart);
         write<KernelCLDWriter>(first + "/pocket.cldt", sendToolpathProgram);
         writeSyntheticNCI(first + "/synthetic-mill.nci");
+        write<GCodeWriter>(first + "/part-3axis.ngc", Examples::sendThreeAxisPart);
+        writeText(first + "/bolt-circle.ngc", BoltCircle);
         return 0;
     } catch (RuntimeException const& e) {
         std::fprintf(stderr, "quarn-generate-examples: %s\n", e.what());

@@ -49,6 +49,14 @@ void addReaderOptions(CLI::App& command, ReaderOptions& options)
         .add_option_function<std::string>("--nci-unit", setUnit,
             "Length unit of an NCI input: inch or mm (default: inch); NCI files do not say their unit")
         ->check(CLI::IsMember({"inch", "mm"}));
+    auto const setGCodeUnit = [&options](std::string const& unit) {
+        options.gcodeUnit = unit == "inch" ? NCUnit::INCHES : NCUnit::MILLIMETERS;
+    };
+    command
+        .add_option_function<std::string>("--gcode-unit", setGCodeUnit,
+            "Length unit of a G-code input until it says G20 or G21: inch or mm (default: mm)")
+        ->check(CLI::IsMember({"inch", "mm"}));
+    command.add_flag("--block-delete", options.blockDelete, "Skip the blocks of a G-code input that start with '/'");
 }
 
 void addExpandCyclesFlag(CLI::App& command, ReaderOptions& options)

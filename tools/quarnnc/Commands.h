@@ -22,7 +22,7 @@ struct Invocation {
 CLI::App* addFileCommand(CLI::App& app, Invocation& invocation, std::string const& name, std::string const& description,
     std::function<int(std::string const& input, RunOptions const& options)> run);
 
-// Adds the options that set up the reader of every input: --nci-unit.
+// Adds the options that set up the reader of every input: --nci-unit, --gcode-unit, --block-delete.
 void addReaderOptions(CLI::App& command, ReaderOptions& options);
 // Adds --expand-cycles, for the commands that pass the moves they read on.
 void addExpandCyclesFlag(CLI::App& command, ReaderOptions& options);

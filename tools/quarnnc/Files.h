@@ -20,6 +20,10 @@ struct ReaderOptions {
     bool expandCycles = false;
     // The length unit of NCI files, which do not say theirs.
     NCUnit::Unit nciUnit = NCUnit::INCHES;
+    // The length unit of a G-code program until it says G20 or G21.
+    NCUnit::Unit gcodeUnit = NCUnit::MILLIMETERS;
+    // Skip the G-code blocks that start with "/".
+    bool blockDelete = false;
 };
 
 struct RunOptions {

@@ -29,6 +29,8 @@ public:
     }
 
     ExitStatus getStatus() const noexcept { return status; }
+    // The file the failure concerns; "" for one of the command line.
+    std::string const& getFile() const noexcept { return file; }
     // "FILE:POSITION: message", "FILE: message" or the message alone.
     std::string describe() const
     {

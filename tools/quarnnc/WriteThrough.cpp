@@ -8,6 +8,9 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <memory>
+#include <optional>
+#include <unistd.h>
 
 namespace Quarn::Tool {
 
@@ -57,6 +60,51 @@ void refuseOptionsNotHonoured(Format const& format, WriterOptions const& options
                 ExitUsage, "", std::string(g.name) + " is not supported for " + std::string(format.name) + " output.");
 }
 
+// The file an output that replaces its input is written to first: beside the input (so that the
+// rename stays on one file system), hidden, and named after the process. The input is the file
+// itself when its path is a symbolic link, so that the link stays a link.
+class Replacement {
+public:
+    explicit Replacement(std::string const& output)
+    {
+        std::error_code error;
+        std::filesystem::path resolved = std::filesystem::canonical(output, error);
+        target = error ? std::filesystem::path(output) : resolved;
+        temporary = target.parent_path()
+            / ("." + target.filename().string() + ".quarnnc-" + std::to_string(::getpid()) + ".tmp");
+    }
+    Replacement(Replacement const&) = delete;
+    Replacement& operator=(Replacement const&) = delete;
+    // A replacement that was not committed leaves the input as it was.
+    ~Replacement()
+    {
+        if (!committed) {
+            std::error_code ignored;
+            std::filesystem::remove(temporary, ignored);
+        }
+    }
+
+    std::string path() const { return temporary.string(); }
+
+    // Puts the complete output in the input's place, with the input's permissions.
+    void commit(std::string const& output)
+    {
+        std::error_code error;
+        std::filesystem::file_status const status = std::filesystem::status(target, error);
+        if (!error)
+            std::filesystem::permissions(temporary, status.permissions(), error);
+        std::filesystem::rename(temporary, target, error);
+        if (error)
+            throw ToolError(ExitIOError, output, "Cannot replace the file.");
+        committed = true;
+    }
+
+private:
+    std::filesystem::path target;
+    std::filesystem::path temporary;
+    bool committed = false;
+};
+
 #define QUARN_NC_EVENT(name, parameters, arguments)                                                                    \
     bool OutputErrors::name parameters                                                                                 \
     {                                                                                                                  \
@@ -72,14 +120,30 @@ int writeThrough(std::string const& input, std::string const& output, Format con
 {
     refuseOptionsNotHonoured(outputFormat, writerOptions);
     Format const& inputFormat = detectInput(input);
+    // An output that is the input is written aside and renamed over it when complete: opening it
+    // for writing would empty the input before it is read.
     std::error_code error;
+    std::optional<Replacement> replacement;
     if (output != "/dev/stdout" && std::filesystem::exists(output, error)
         && std::filesystem::equivalent(input, output, error))
-        throw ToolError(ExitUsage, output, "The output would overwrite the input.");
-    auto sink = guardOutput(output, [&] { return outputFormat.makeWriter(output, writerOptions); });
-    OutputErrors writer(output, sink->stream());
-    bool const completed = replay(inputFormat, input, head(writer), options);
-    guardOutput(output, [&] { sink->finish(); });
+        replacement.emplace(output);
+    std::string const written = replacement ? replacement->path() : output;
+    std::unique_ptr<OutputSink> sink;
+    bool completed = false;
+    try {
+        sink = guardOutput(output, [&] { return outputFormat.makeWriter(written, writerOptions); });
+        OutputErrors writer(output, sink->stream());
+        completed = replay(inputFormat, input, head(writer), options);
+        guardOutput(output, [&] { sink->finish(); });
+    } catch (ToolError const& e) {
+        // The output's failures name the file the user gave, not the one written aside.
+        if (replacement && e.getFile() == written)
+            throw ToolError(e.getStatus(), output, e.what());
+        throw;
+    }
+    // A program that was stopped does not replace its input.
+    if (replacement && completed)
+        replacement->commit(output);
     std::vector<LeftOut> const leftOut = sink->leftOut();
     if (std::string const sentence = describeLeftOut(leftOut); !sentence.empty())
         std::fprintf(stderr, "quarnnc: %s: %s\n", output.c_str(), sentence.c_str());

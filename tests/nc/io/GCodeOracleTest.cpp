@@ -14,6 +14,7 @@
 #include "nc/nc/kernelstream/KernelNCReader.h"
 #include "nc/nc/machinedata/AxisOrdering.h"
 #include "nc/nc/machinedata/AxisValues.h"
+#include "tests/support/RS274Canon.h"
 #include "util/utility/IOException.h"
 #include "util/utility/io/MemoryOutputStream.h"
 #include "util/utility/math/Matrix3x3.h"
@@ -21,12 +22,10 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -49,6 +48,7 @@
 namespace {
 
 using namespace Quarn;
+using namespace Quarn::TestSupport;
 namespace fs = std::filesystem;
 
 constexpr double Pi = std::numbers::pi;
@@ -59,14 +59,6 @@ constexpr double Pi = std::numbers::pi;
 constexpr unsigned int Decimals = 4;
 constexpr double Tolerance = 1e-4 + 0.5e-4 + 1e-9;
 constexpr double ArcTolerance = 2e-4 + 0.5e-4 + 1e-9;
-
-std::string readFile(fs::path const& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 
 std::string text(double value)
 {
@@ -433,121 +425,6 @@ private:
     bool cycleValues = false;
     unsigned int count = 0;
 };
-
-// --- What rs274 did: its canonical machine calls, replayed into motions.
-
-struct Motion {
-    enum Kind { Traverse, Feed, Arc, Dwell, Tool, Other } kind;
-    std::string call; // the line rs274 printed
-    bool inches = false;
-    Vector3D start {}, end {};
-    std::array<double, 3> abc {};
-    double feed = 0.0;
-    // Arcs: the centre (at the start's height along the plane's axis), the plane's axis (0 X for
-    // YZ, 1 Y for XZ, 2 Z for XY) and the signed rotation.
-    Vector3D centre {};
-    int axis = 2;
-    int rotation = 0;
-    double time = 0.0;
-    long long tool = 0;
-};
-
-// One canonical call: "   25 N..... ARC_FEED(10.0000, 0.0000, ...)".
-struct Call {
-    std::string name;
-    std::vector<double> numbers;
-    std::vector<std::string> words; // arguments that are not numbers
-};
-
-std::optional<Call> parseCall(std::string_view line)
-{
-    std::size_t const open = line.find('('), close = line.rfind(')');
-    if (open == std::string_view::npos || close == std::string_view::npos || close < open)
-        return std::nullopt;
-    std::size_t nameStart = line.rfind(' ', open);
-    nameStart = nameStart == std::string_view::npos ? 0 : nameStart + 1;
-    Call call {std::string(line.substr(nameStart, open - nameStart)), {}, {}};
-    std::string_view arguments = line.substr(open + 1, close - open - 1);
-    while (!arguments.empty()) {
-        std::size_t const end = arguments.find_first_of(", ");
-        std::string_view const token = arguments.substr(0, end);
-        arguments = end == std::string_view::npos ? std::string_view() : arguments.substr(end + 1);
-        if (token.empty())
-            continue;
-        double number = 0.0;
-        auto const [rest, error] = std::from_chars(token.data(), token.data() + token.size(), number);
-        if (error == std::errc() && rest == token.data() + token.size())
-            call.numbers.push_back(number);
-        else
-            call.words.emplace_back(token);
-    }
-    return call;
-}
-
-// Replays the calls that move the tool, change the feed, dwell or change the tool. rs274 starts at
-// the origin in millimetres.
-std::vector<Motion> replay(std::string const& output)
-{
-    std::vector<Motion> motions;
-    Vector3D position;
-    double feed = 0.0;
-    bool inches = false;
-    int axis = 2;
-    long long selected = 0;
-    std::istringstream lines(output);
-    for (std::string line; std::getline(lines, line);) {
-        std::optional<Call> const call = parseCall(line);
-        if (!call)
-            continue;
-        auto const& n = call->numbers;
-        auto const add = [&](Motion::Kind kind) -> Motion& {
-            motions.push_back(
-                {.kind = kind, .call = line, .inches = inches, .start = position, .end = position, .feed = feed});
-            return motions.back();
-        };
-        std::string const& name = call->name;
-        if (name == "USE_LENGTH_UNITS") {
-            inches = !call->words.empty() && call->words[0] == "CANON_UNITS_INCHES";
-        } else if (name == "SELECT_PLANE" && !call->words.empty()) {
-            axis = call->words[0] == "CANON_PLANE_YZ" ? 0 : call->words[0] == "CANON_PLANE_XZ" ? 1 : 2;
-        } else if (name == "SET_FEED_RATE" && n.size() == 1) {
-            feed = n[0];
-        } else if ((name == "STRAIGHT_TRAVERSE" || name == "STRAIGHT_FEED") && n.size() >= 6) {
-            Motion& m = add(name == "STRAIGHT_FEED" ? Motion::Feed : Motion::Traverse);
-            m.end = {n[0], n[1], n[2]};
-            m.abc = {n[3], n[4], n[5]};
-            position = m.end;
-        } else if (name == "ARC_FEED" && n.size() >= 9) {
-            // First end, second end, first centre, second centre, rotation, axis end, a, b, c; the
-            // first and second coordinates are X Y (XY), Z X (XZ) and Y Z (YZ).
-            Motion& m = add(Motion::Arc);
-            m.axis = axis;
-            m.rotation = static_cast<int>(n[4]);
-            m.abc = {n[6], n[7], n[8]};
-            if (axis == 2) {
-                m.end = {n[0], n[1], n[5]};
-                m.centre = {n[2], n[3], position.z};
-            } else if (axis == 1) {
-                m.end = {n[1], n[5], n[0]};
-                m.centre = {n[3], position.y, n[2]};
-            } else {
-                m.end = {n[5], n[0], n[1]};
-                m.centre = {position.x, n[2], n[3]};
-            }
-            position = m.end;
-        } else if (name == "DWELL" && n.size() == 1) {
-            add(Motion::Dwell).time = n[0];
-        } else if (name == "SELECT_TOOL" && n.size() == 1) {
-            selected = static_cast<long long>(n[0]);
-        } else if (name == "CHANGE_TOOL") {
-            add(Motion::Tool).tool = selected;
-        } else if (name == "STRAIGHT_PROBE" || name == "RIGID_TAP" || name == "NURBS_FEED"
-            || name.starts_with("SPLINE_FEED")) {
-            add(Motion::Other);
-        }
-    }
-    return motions;
-}
 
 // --- The comparison: walks the expectations and the motions together and reports where they
 // disagree.
@@ -1167,21 +1044,6 @@ protected:
             fs::remove_all(scratch, ignored);
     }
 
-    static std::optional<fs::path> findInterpreter()
-    {
-        std::string const path = std::getenv("PATH") ? std::getenv("PATH") : "";
-        for (std::size_t start = 0; start <= path.size();) {
-            std::size_t const end = std::min(path.find(':', start), path.size());
-            fs::path const candidate = fs::path(path.substr(start, end - start)) / "rs274";
-            if (end > start && ::access(candidate.c_str(), X_OK) == 0)
-                return candidate;
-            start = end + 1;
-        }
-        if (::access("/usr/bin/rs274", X_OK) == 0)
-            return fs::path("/usr/bin/rs274");
-        return std::nullopt;
-    }
-
     // The program `send` sends, written by a GCodeWriter with 4 decimals that `configure` may set
     // up further, run by rs274 and compared with what the events the writer took ask for. Returns
     // the writer's refusals.
@@ -1211,24 +1073,15 @@ protected:
         // Every tool of the program with zero length and diameter, so that G43 and any cutter
         // compensation leave the positions as programmed.
         fs::path const tools = scratch / "tools.tbl";
-        {
-            std::ofstream table(tools);
-            int pocket = 1;
-            for (unsigned int number : recorder.toolNumbers)
-                table << "T" << number << " P" << pocket++ << " Z0 D0\n";
-        }
+        writeToolTable(tools, {recorder.toolNumbers.begin(), recorder.toolNumbers.end()});
 
-        fs::path const output = scratch / (name + ".canon"), errors = scratch / (name + ".errors");
-        std::string const command = "cd '" + scratch.string() + "' && timeout 60 '" + interpreter.string() + "' -t '"
-            + tools.string() + "' -g '" + program.string() + "' </dev/null >'" + output.string() + "' 2>'"
-            + errors.string() + "'";
-        int const raw = std::system(command.c_str());
-        int const status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-        std::string const canon = readFile(output), problems = readFile(errors);
-        ASSERT_NE(status, 124) << "rs274 did not finish within 60 s on " << program;
-        // rs274 prints "executing" on its error stream before it runs anything; an interpreter
-        // error adds the message and the offending line, and a non-zero status.
-        ASSERT_EQ(status, 0) << "rs274 reports an error:\n" << problems << "\nafter\n" << tail(canon);
+        RS274Run const result = runInterpreter(
+            interpreter, program, tools, scratch, scratch / (name + ".canon"), scratch / (name + ".errors"));
+        std::string const& canon = result.canon;
+        std::string const& problems = result.errors;
+        ASSERT_NE(result.status, 124) << "rs274 did not finish within 60 s on " << program;
+        // Anything on the error stream besides "executing" is an interpreter error (RS274Run).
+        ASSERT_EQ(result.status, 0) << "rs274 reports an error:\n" << problems << "\nafter\n" << tail(canon);
         EXPECT_EQ(problems.find_first_not_of("executing\n"), std::string::npos) << problems;
         EXPECT_NE(canon.find("PROGRAM_END()"), std::string::npos) << "the program does not end\n" << tail(canon);
 
