@@ -3,17 +3,16 @@
 // in short pieces and through a line reader, the bytes must give the same events or the same error
 // at the same line; a sink that refuses an event must stop the read there. Debug assertions abort.
 #include "ChunkedInputStream.h"
+#include "ReaderChecks.h"
 #include "nc/nc/NCContext.h"
 #include "nc/nc/NCEvent.h"
 #include "nc/nc/NCParseException.h"
 #include "nc/nc/NCStream.h"
 #include "nc/nc/NCTool.h"
 #include "nc/nc/io/MastercamNCIReader.h"
-#include "util/utility/Debug.h"
 #include "util/utility/IOException.h"
 #include "util/utility/io/MemoryInputStream.h"
 #include "util/utility/io/SequentialLineReader.h"
-#include "util/utility/math/Point3D.h"
 #include "util/utility/math/Vector3D.h"
 
 #include <cmath>
@@ -21,311 +20,64 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <cwchar>
 #include <numbers>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <type_traits>
 #include <vector>
 
-namespace {
-
-using namespace Quarn;
-
-[[noreturn]] void fault(char const* what)
+[[noreturn]] void Quarn::Fuzz::fault(char const* what)
 {
     std::fprintf(stderr, "MastercamNCIReaderFuzzer: %s\n", what);
     std::abort();
 }
 
-// Records the events as bytes, so that two reads compare cheaply, and checks their order: onOpen
-// first, onContext, onTool and onSection in a row, groups inside sections and not nested, moves
-// inside sections, nothing open at onClose and nothing after it. Events the reader does not send
-// abort. Refuses the refuse-th event (counting from 1) and aborts at any event after it.
-class RecordingStream : public NCStream {
+namespace {
+
+using namespace Quarn;
+using namespace Quarn::Fuzz;
+
+// The numbers NCI promises besides those of every reader: finite tool dimensions and spindle
+// speeds that are not negative; unit tool axes with FLAG_ABSOLUTE_DIRECTION on five-axis moves; a
+// turn of sweep on full helix turns; increasing line numbers. Of the events the order checks leave
+// alone, the reader sends only parameters, comments and line numbers.
+class NCICheckingStream final : public CheckingStream {
 public:
-    std::string events;
-    std::vector<NCContext> contexts;
-    std::vector<NCTool> tools;
-    std::size_t count = 0;
-    std::size_t refuse = 0;
-    bool closed = false;
-
-    bool refused() const noexcept { return refuse != 0 && count >= refuse; }
-
-    using NCStream::onParameter;
-#define QUARN_NC_EVENT(name, parameters, arguments)                                                                    \
-    bool name parameters override                                                                                      \
-    {                                                                                                                  \
-        begin(NCEvent::name);                                                                                          \
-        put arguments;                                                                                                 \
-        return count != refuse;                                                                                        \
-    }
-#include "nc/nc/NCEvents.def"
-
-private:
-    enum class Expect : std::uint8_t { Any, Tool, Section };
-
-    void begin(NCEvent event)
-    {
-        if (refused())
-            fault("an event after a refused one");
-        if (closed)
-            fault("an event after onClose");
-        if (!opened && event != NCEvent::onOpen)
-            fault("an event before onOpen");
-        if (expect == Expect::Tool && event != NCEvent::onTool)
-            fault("onContext not followed by onTool");
-        if (expect == Expect::Section && event != NCEvent::onSection)
-            fault("onTool not followed by onSection");
-        switch (event) {
-        case NCEvent::onOpen:
-            if (opened)
-                fault("onOpen twice");
-            opened = true;
-            break;
-        case NCEvent::onContext:
-            if (section)
-                fault("onContext inside a section");
-            expect = Expect::Tool;
-            break;
-        case NCEvent::onTool:
-            if (expect != Expect::Tool)
-                fault("onTool without onContext");
-            expect = Expect::Section;
-            break;
-        case NCEvent::onSection:
-            if (expect != Expect::Section)
-                fault("onSection without onContext and onTool");
-            expect = Expect::Any;
-            section = true;
-            break;
-        case NCEvent::onSectionEnd:
-            if (!section || group)
-                fault("onSectionEnd outside a section or inside a group");
-            section = false;
-            break;
-        case NCEvent::onGroup:
-            if (!section || group)
-                fault("onGroup outside a section or inside a group");
-            group = true;
-            break;
-        case NCEvent::onGroupEnd:
-            if (!group)
-                fault("onGroupEnd outside a group");
-            group = false;
-            break;
-        case NCEvent::onDwell:
-        case NCEvent::onRapid:
-        case NCEvent::onRapid5D:
-        case NCEvent::onLinear:
-        case NCEvent::onLinear5D:
-        case NCEvent::onCWArc:
-        case NCEvent::onCCWArc:
-        case NCEvent::onCircular:
-        case NCEvent::onCWCircle:
-        case NCEvent::onCCWCircle:
-        case NCEvent::onRadiusCompensation:
-            if (!section)
-                fault("a move outside a section");
-            break;
-        case NCEvent::onParameter:
-        case NCEvent::onComment:
-        case NCEvent::onLineNumber:
-            break;
-        case NCEvent::onClose:
-            if (section || group)
-                fault("onClose with a section or group open");
-            closed = true;
-            break;
-        default:
-            fault("an event the reader does not send");
-        }
-        ++count;
-        events += static_cast<char>(event);
-    }
-
-    void put() { }
-    template <class First, class... Rest> void put(First const& first, Rest const&... rest)
-    {
-        putOne(first);
-        put(rest...);
-    }
-    void bytes(void const* data, std::size_t size) { events.append(static_cast<char const*>(data), size); }
-    void putOne(double value) { bytes(&value, sizeof value); }
-    void putOne(Vector3D const& v) { putOne(v.x), putOne(v.y), putOne(v.z); }
-    void putOne(Point3D const& p) { putOne(p.x), putOne(p.y), putOne(p.z); }
-    void putOne(char const* text)
-    {
-        if (text == nullptr)
-            fault("a null text");
-        bytes(text, std::strlen(text) + 1);
-    }
-    void putOne(wchar_t const* text)
-    {
-        if (text == nullptr)
-            fault("a null text");
-        bytes(text, (std::wcslen(text) + 1) * sizeof(wchar_t));
-    }
-    void putOne(NCContext const& context) { contexts.push_back(context); }
-    void putOne(NCTool const& tool) { tools.push_back(tool); }
-    template <class Integer>
-    requires std::is_integral_v<Integer> || std::is_enum_v<Integer>
-    void putOne(Integer value)
-    {
-        auto const wide = static_cast<std::uint64_t>(value);
-        bytes(&wide, sizeof wide);
-    }
-    // Arguments of events that begin refused.
-    template <class Other>
-    requires(!std::is_arithmetic_v<Other> && !std::is_enum_v<Other>) void putOne(Other const&) { }
-
-    bool opened = false;
-    bool section = false;
-    bool group = false;
-    Expect expect = Expect::Any;
-};
-
-void finite(double value, char const* what)
-{
-    if (!std::isfinite(value))
-        fault(what);
-}
-
-void finite(Vector3D const& v, char const* what)
-{
-    if (!v.isFinite())
-        fault(what);
-}
-
-void unit(Vector3D const& v, char const* what)
-{
-    if (!v.isFinite() || std::abs(v.getSquareModulus() - 1.0) > 1e-9)
-        fault(what);
-}
-
-void movement(unsigned int flags)
-{
-    if (!NCStream::isMovement(NCStream::getMovement(flags)))
-        fault("a move whose flags hold no movement");
-}
-
-void named(char const* name)
-{
-    if (name == nullptr || !std::string_view(name).starts_with("http://"))
-        fault("a parameter without a full name");
-}
-
-// The numbers the reader promises: finite positions, centres, feedrates, times and parameters;
-// unit normals; unit tool axes with FLAG_ABSOLUTE_DIRECTION on five-axis moves; a turn of sweep
-// on full helix turns; increasing line numbers.
-class CheckingStream final : public RecordingStream {
-public:
-    using RecordingStream::onParameter;
-
-    bool onParameter(char const* name, Point3D const& value) override
-    {
-        named(name);
-        finite(value.toVector(), "a point parameter not finite");
-        return RecordingStream::onParameter(name, value);
-    }
-    bool onParameter(char const* name, double value) override
-    {
-        named(name);
-        finite(value, "a double parameter not finite");
-        return RecordingStream::onParameter(name, value);
-    }
-    bool onParameter(char const* name, int value) override
-    {
-        named(name);
-        return RecordingStream::onParameter(name, value);
-    }
-    bool onParameter(char const* name, wchar_t const* value) override
-    {
-        named(name);
-        return RecordingStream::onParameter(name, value);
-    }
-    bool onParameter(char const* name, char const* value) override
-    {
-        named(name);
-        return RecordingStream::onParameter(name, value);
-    }
     bool onTool(NCTool const& tool) override
     {
-        finite(tool.getDiameter(), "a tool diameter not finite");
-        finite(tool.getCornerRadius(), "a tool corner radius not finite");
+        toolDimensions(tool);
         if (!(tool.getSpindleRPM() >= 0.0) || !std::isfinite(tool.getSpindleRPM()))
             fault("a spindle speed negative or not finite");
-        return RecordingStream::onTool(tool);
+        return CheckingStream::onTool(tool);
     }
     bool onLineNumber(unsigned int line) override
     {
         if (line <= lastLine)
             fault("line numbers that do not increase");
         lastLine = line;
-        return RecordingStream::onLineNumber(line);
-    }
-    bool onDwell(double time, unsigned int flags) override
-    {
-        finite(time, "a dwell not finite");
-        return RecordingStream::onDwell(time, flags);
-    }
-    bool onRapid(Vector3D const& end, unsigned int flags) override
-    {
-        finite(end, "a rapid's end not finite");
-        movement(flags);
-        return RecordingStream::onRapid(end, flags);
+        return CheckingStream::onLineNumber(line);
     }
     bool onRapid5D(
         Vector3D const& end, Vector3D const& z, Vector3D const& x, Vector3D const& n, unsigned int flags) override
     {
         fiveAxis(end, z, 0.0, flags);
-        return RecordingStream::onRapid5D(end, z, x, n, flags);
+        return CheckingStream::onRapid5D(end, z, x, n, flags);
     }
     bool onRapid5D(Vector3D const& end, Vector3D const& direction, unsigned int flags) override
     {
         fiveAxis(end, direction, 0.0, flags);
-        return RecordingStream::onRapid5D(end, direction, flags);
-    }
-    bool onLinear(Vector3D const& end, double feedrate, unsigned int flags) override
-    {
-        finite(end, "a line's end not finite");
-        finite(feedrate, "a feedrate not finite");
-        movement(flags);
-        return RecordingStream::onLinear(end, feedrate, flags);
+        return CheckingStream::onRapid5D(end, direction, flags);
     }
     bool onLinear5D(Vector3D const& end, Vector3D const& z, Vector3D const& x, Vector3D const& n, double feedrate,
         unsigned int flags) override
     {
         fiveAxis(end, z, feedrate, flags);
-        return RecordingStream::onLinear5D(end, z, x, n, feedrate, flags);
+        return CheckingStream::onLinear5D(end, z, x, n, feedrate, flags);
     }
     bool onLinear5D(Vector3D const& end, Vector3D const& direction, double feedrate, unsigned int flags) override
     {
         fiveAxis(end, direction, feedrate, flags);
-        return RecordingStream::onLinear5D(end, direction, feedrate, flags);
-    }
-    bool onCWArc(Vector3D const& c, Vector3D const& e, Vector3D const& n, double f, unsigned int flags) override
-    {
-        arc(c, e, n, f, flags);
-        return RecordingStream::onCWArc(c, e, n, f, flags);
-    }
-    bool onCCWArc(Vector3D const& c, Vector3D const& e, Vector3D const& n, double f, unsigned int flags) override
-    {
-        arc(c, e, n, f, flags);
-        return RecordingStream::onCCWArc(c, e, n, f, flags);
-    }
-    bool onCWCircle(Vector3D const& c, Vector3D const& e, Vector3D const& n, double f, unsigned int flags) override
-    {
-        arc(c, e, n, f, flags);
-        return RecordingStream::onCWCircle(c, e, n, f, flags);
-    }
-    bool onCCWCircle(Vector3D const& c, Vector3D const& e, Vector3D const& n, double f, unsigned int flags) override
-    {
-        arc(c, e, n, f, flags);
-        return RecordingStream::onCCWCircle(c, e, n, f, flags);
+        return CheckingStream::onLinear5D(end, direction, feedrate, flags);
     }
     bool onCircular(
         Vector3D const& c, Vector3D const& e, Vector3D const& n, double sweep, double f, unsigned int flags) override
@@ -333,7 +85,13 @@ public:
         arc(c, e, n, f, flags);
         if (std::abs(std::abs(sweep) - 2.0 * std::numbers::pi) > 1e-12)
             fault("a full helix turn whose sweep is not a turn");
-        return RecordingStream::onCircular(c, e, n, sweep, f, flags);
+        return CheckingStream::onCircular(c, e, n, sweep, f, flags);
+    }
+
+protected:
+    bool sends(NCEvent event) const noexcept override
+    {
+        return event == NCEvent::onParameter || event == NCEvent::onComment || event == NCEvent::onLineNumber;
     }
 
 private:
@@ -346,15 +104,6 @@ private:
         unit(axis, "a tool axis not of unit length");
         if ((flags & NCStream::FLAG_ABSOLUTE_DIRECTION) == 0)
             fault("a five-axis move without FLAG_ABSOLUTE_DIRECTION");
-        movement(flags);
-    }
-    static void arc(
-        Vector3D const& centre, Vector3D const& end, Vector3D const& normal, double feedrate, unsigned int flags)
-    {
-        finite(centre, "an arc centre not finite");
-        finite(end, "an arc end not finite");
-        finite(feedrate, "an arc feedrate not finite");
-        unit(normal, "an arc normal not of unit length");
         movement(flags);
     }
 };
@@ -387,7 +136,7 @@ struct Read {
 // A read with expanded cycles and line numbers passed on when expand holds, refusing the refuse-th event.
 template <class Import> Read readWith(bool expand, std::size_t refuse, Import import)
 {
-    CheckingStream sink;
+    NCICheckingStream sink;
     sink.refuse = refuse;
     MastercamNCIReader reader;
     reader.setExpandCycles(expand);
@@ -456,22 +205,11 @@ void fuzz(std::uint8_t const* data, std::size_t size, bool expand)
         fault("a refused event did not stop the read there");
 }
 
-void abortOnAssertion(AssertionReport const& report)
-{
-    std::fprintf(stderr, "assertion %s at %s:%d\n", report.text.c_str(), report.file.c_str(), report.line);
-    std::abort();
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
-    static bool const testing = [] {
-        Debug::setTesting(true);
-        Debug::setHandler(abortOnAssertion);
-        return true;
-    }();
-    (void)testing;
+    Quarn::Fuzz::abortOnAssertions();
     fuzz(data, size, false);
     fuzz(data, size, true);
     return 0;

@@ -96,7 +96,14 @@ std::vector<Motion> replay(std::string const& output)
             selected = static_cast<long long>(n[0]);
         } else if (name == "CHANGE_TOOL") {
             add(Motion::Tool).tool = selected;
-        } else if (name == "STRAIGHT_PROBE" || name == "RIGID_TAP" || name == "NURBS_FEED"
+        } else if (name == "RIGID_TAP" && n.size() >= 3) {
+            // A rigid tap feeds to its point and back to where it started.
+            Vector3D const start = position;
+            add(Motion::Feed).end = {n[0], n[1], n[2]};
+            position = {n[0], n[1], n[2]};
+            add(Motion::Feed).end = start;
+            position = start;
+        } else if (name == "STRAIGHT_PROBE" || name == "NURBS_FEED"
             || name.starts_with("SPLINE_FEED")) {
             add(Motion::Other);
         }

@@ -197,6 +197,29 @@ bool GCodeBlock::readPlain(std::string_view line)
         if (!isLetter(letter) || letter == 'o' || (letter == 'n' && (words != 0 || gCount + mCount != 0)))
             return false;
         ++p;
+        if ((letter == 'g' || letter == 'm') && p != end && isDigit(*p)) {
+            // Codes are mostly "1", "21" or "59.3": read as ten times their number straight away.
+            char const* q = p;
+            int code = 0;
+            while (q != end && isDigit(*q) && q - p < 4)
+                code = code * 10 + (*q++ - '0');
+            code *= 10;
+            if (q != end && *q == '.' && q + 1 != end && isDigit(q[1])) {
+                code += q[1] - '0';
+                q += 2;
+            }
+            std::size_t& count = letter == 'g' ? gCount : mCount;
+            if ((q == end || (!isDigit(*q) && *q != '.')) && count < MaximumCodes) {
+                (letter == 'g' ? gCodes : mCodes)[count++] = code;
+                char const* next = q;
+                while (next != end && blank(*next))
+                    ++next;
+                if (next != end && !isLetter(LowerBytes[static_cast<unsigned char>(*next)]))
+                    return false;
+                p = next;
+                continue;
+            }
+        }
         bool const negative = p != end && *p == '-';
         if (p != end && (*p == '-' || *p == '+'))
             ++p;

@@ -1,5 +1,5 @@
-// Running RS274NGC programs: the program text with its loops and subroutines, the modal state of
-// the control, and the events of each block in the control's order of execution.
+// Running RS274NGC programs: the modal state of the control and the events of each block in the
+// control's order of execution; GCodeProgramFlow hands out the lines as O words order them.
 //
 // What is read and what is sent:
 //   blocks        one per line; "/" blocks run unless block delete is on; a first line "%" makes
@@ -17,8 +17,9 @@
 //                 (number of the last M6 or M61 tool, length offset H while G43 is on, spindle
 //                 speed and direction, coolant) and onSection. A tool change (M6, M61) ends the
 //                 section; a changed context or length offset ends it before the next such event.
-//                 Spindle speed, coolant and compensation set before a section travel in its tool
-//                 and its first events.
+//                 Spindle speed and direction (M3/M4/M5), coolant and compensation set before a
+//                 section travel in its tool and its first events (a speed set while the spindle
+//                 stands still as onSpindleSpeed after onSection: a tool's speed means it runs).
 //   moves         G0 onRapid, G1 onLinear (feed as programmed: per minute, per revolution or
 //                 inverse time as the context says), movement rapid / cutting, compensation flags
 //                 of G41/G42; G2/G3 onCWArc / onCCWArc about +Z, +Y, +X in G17, G18, G19 (centre at
@@ -26,7 +27,9 @@
 //                 onCCWCircle when the end is the start, onCircular for P turns > 1 and full helix
 //                 turns; G4 onDwell(seconds); moves of axes A B C U V W send onMachineAxisOrdering
 //                 (X Y Z A B C U V W, once) and onMachineAxisValues (millimetres and degrees) before
-//                 them; G53 moves in machine coordinates; G28/G30 via their point to home.
+//                 them; G53 moves in machine coordinates; G28/G30 via their point to home;
+//                 G33 onLinear at K times the spindle speed between onCommand(COMMAND_ACTIVATE_
+//                 SPEED_FEED_SYNCHRONIZATION) and its DEACTIVATE, G33.1 the same there and back.
 //   cycles        G73, G74, G81 to G89 as a group GCodeCannedCycle::getGroupUri with the cycle's
 //                 values (NCCycleDefinition parameters, again when one changes) and the moves of
 //                 each hole; the group ends at G80, another motion or another cycle.
@@ -38,8 +41,11 @@
 //   language      parameters and expressions (GCodeExpression), settings at the end of the
 //                 block's reading, O words: sub/endsub/return with values, call with arguments,
 //                 if/elseif/else/endif, while/endwhile, do/while, repeat/endrepeat,
-//                 break/continue, within the file; M70-M73 modal state.
-// Everything else is an NCParseException naming the line and the word.
+//                 break/continue (of while and do loops), within the file; M70-M73 modal state.
+// Everything else is an NCParseException naming the line and the word: codes the dialect has but
+// this reader does not run (G5 splines, G38 probing, G70-G72 and G76 lathe cycles, UVW planes,
+// M100-M199), codes it does not have, a word no code of its block uses, a subroutine not defined
+// before its call in the file (one in another file is not read).
 #include "nc/nc/io/GCodeReader.h"
 
 #include "nc/nc/NCContext.h"
@@ -49,6 +55,7 @@
 #include "nc/nc/io/GCodeBlock.h"
 #include "nc/nc/io/GCodeCannedCycle.h"
 #include "nc/nc/io/GCodeExpression.h"
+#include "nc/nc/io/GCodeProgramFlow.h"
 #include "nc/nc/io/TextLines.h"
 #include "nc/nc/machinedata/AxisOrdering.h"
 #include "nc/nc/machinedata/AxisValues.h"
@@ -61,14 +68,13 @@
 #include "util/utility/text/Unicode.h"
 
 #include <algorithm>
-#include <charconv>
 #include <array>
+#include <charconv>
 #include <cmath>
-#include <memory>
 #include <numbers>
 #include <optional>
 #include <string>
-#include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace Quarn {
@@ -93,71 +99,16 @@ constexpr std::uint32_t OtherAxisWordMask = wordBits("abcuvw");
 constexpr std::uint32_t AxisWordMask = wordBits("xyzabcuvw") | wordBits({&GCodeBlock::PolarDistance, 1})
     | wordBits({&GCodeBlock::PolarAngle, 1});
 
-// --- The file's lines, whichever form the input has.
-
-class FileLines {
+// The file's lines, whichever form the input has.
+template <class Source> class LinesOf final : public GCodeProgramFlow::Lines {
 public:
-    virtual ~FileLines() = default;
-    virtual bool next(std::string_view& line) = 0;
-    virtual unsigned int getLineNumber() const = 0;
-};
-
-template <class Lines> class FileLinesOf final : public FileLines {
-public:
-    explicit FileLinesOf(Lines& lines) : lines(lines) { }
+    explicit LinesOf(Source& lines) : lines(lines) { }
     bool next(std::string_view& line) override { return lines.next(line); }
     unsigned int getLineNumber() const override { return lines.getLineNumber(); }
 
 private:
-    Lines& lines;
+    Source& lines;
 };
-
-struct HeldLine {
-    unsigned int number = 0;
-    std::string text;
-};
-using Body = std::vector<HeldLine>;
-
-// The O word of a line without reading the rest: its name and keyword, when the line is an
-// O-word line whose name is written out (names computed by expressions are not found this way).
-struct OWordPeek {
-    std::string name;
-    GCodeBlock::OKeyword keyword = GCodeBlock::OKeyword::None;
-};
-
-std::optional<OWordPeek> peekOWord(std::string_view line)
-{
-    std::string prepared;
-    for (char c : line) {
-        if (c == ' ' || c == '\t' || c == '\r')
-            continue;
-        if (c == '(' || c == ';' || prepared.size() > 80)
-            break;
-        prepared.push_back(c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c);
-    }
-    std::size_t p = 0;
-    if (p < prepared.size() && prepared[p] == '/')
-        ++p;
-    if (p < prepared.size() && prepared[p] == 'n') {
-        ++p;
-        while (p < prepared.size() && ((prepared[p] >= '0' && prepared[p] <= '9') || prepared[p] == '.'))
-            ++p;
-    }
-    if (p >= prepared.size() || prepared[p] != 'o')
-        return std::nullopt;
-    // The block reader knows the keywords; it reads this short prefix without expressions.
-    GCodeParameters parameters;
-    GCodeExpression expression(parameters);
-    GCodeBlock block;
-    try {
-        std::string const prefix = prepared.substr(p);
-        std::size_t const keywordEnd = prefix.find_first_of("[#");
-        block.read(prefix.substr(0, keywordEnd), expression);
-    } catch (GCodeError const&) {
-        return std::nullopt;
-    }
-    return OWordPeek {block.getOName(), block.getOKeyword()};
-}
 
 // --- The modal state of the control.
 
@@ -187,13 +138,16 @@ struct Modes {
 
 class Interpreter final : public GCodeParameters::SystemValues {
 public:
-    Interpreter(GCodeReader& reader, NCStream& target, FileLines& file)
-        : reader(reader), target(target), file(file), expression(parameters)
+    Interpreter(GCodeReader& reader, NCStream& target, GCodeProgramFlow::Lines& file)
+        : reader(reader)
+        , target(target)
+        , expression(parameters)
+        , flow(file, parameters, reader.getMaximumLoopIterations(), GCodeReader::MaximumCallDepth,
+              GCodeReader::MaximumHeldText)
     {
         parameters.setSystemValues(this);
         modes.inches = reader.getUnit() == NCUnit::INCHES;
         parameters.set(5220, 1.0);
-        frames.push_back({});
     }
 
     bool run();
@@ -202,40 +156,12 @@ public:
     std::optional<double> getNamed(std::string_view name) const override;
 
 private:
-    struct Loop {
-        std::string name;
-        GCodeBlock::OKeyword kind;
-        std::size_t start; // index of the line the loop goes back to
-        std::int64_t remaining; // repeat
-        std::size_t conditionals; // open ifs when the loop began
-    };
-    struct Conditional {
-        std::string name;
-    };
-    struct Frame {
-        std::shared_ptr<Body const> body; // null: the file
-        std::string name;
-        std::size_t index = 0; // next line in body, or in held for the file
-        std::size_t current = SIZE_MAX; // index of the line being run; SIZE_MAX: not held
-        std::vector<Loop> loops;
-        std::vector<Conditional> conditionals;
-        std::optional<Modes> restoreOnReturn; // M73
-    };
-
-    // Lines.
-    // The next line of the frame being run; lineNumber and lastText follow it.
-    bool nextLine(std::string_view& line, unsigned int& number);
-    bool readLine(std::string_view& line, unsigned int& number);
-    void hold(std::string_view line, unsigned int number);
-    void skipTo(std::string const& name, std::initializer_list<GCodeBlock::OKeyword> keywords, char const* what);
-    void defineSub(std::string const& name);
-
     // Blocks.
     bool runLine(std::string_view line, unsigned int number);
-    bool runOWord();
     bool runBlock();
     std::optional<bool> runPlainMove();
     bool endProgram();
+    void restoreModes();
 
     // Steps of a block.
     void checkCodes();
@@ -253,6 +179,7 @@ private:
     void checkFeed(char const* move);
     bool straight(bool rapid, Axes const& end);
     bool arc(bool clockwise, Axes const& end);
+    bool synchronised(bool rigidTap, Axes const& end);
     bool cycle(int word, Axes const& end);
     bool homeMove(int word);
 
@@ -290,7 +217,6 @@ private:
 
     GCodeReader& reader;
     NCStream& target;
-    FileLines& file;
     GCodeParameters parameters;
     GCodeExpression expression;
     GCodeBlock block;
@@ -300,16 +226,10 @@ private:
     bool gNonModalHasAxes = false;
 
     // Program text.
-    std::vector<Frame> frames;
-    Body held; // lines of the file kept while a loop of the main program is open
-    std::size_t heldBytes = 0;
-    std::unordered_map<std::string, std::shared_ptr<Body const>> subs;
-    std::uint64_t iterations = 0;
+    GCodeProgramFlow flow;
     bool percentFirst = false;
     bool started = false; // a line besides blanks was read
     bool ended = false;
-    unsigned int lineNumber = 0;
-    std::string lastText; // the last line read, for messages
 
     // Machine state.
     Modes modes;
@@ -318,8 +238,7 @@ private:
     Axes g92 {};
     unsigned int currentTool = 0;
     int selectedTool = -1;
-    double returnValue = 0.0;
-    bool valueReturned = false;
+    std::vector<std::pair<std::size_t, Modes>> restores; // M73: the call level and its state
 
     // Events.
     bool sectionOpen = false;
@@ -345,110 +264,6 @@ private:
 };
 
 // ---------------------------------------------------------------------------------------------
-// Program text.
-
-bool Interpreter::nextLine(std::string_view& line, unsigned int& number)
-{
-    if (!readLine(line, number)) {
-        lastText.clear();
-        return false;
-    }
-    lineNumber = number;
-    lastText.assign(line);
-    return true;
-}
-
-bool Interpreter::readLine(std::string_view& line, unsigned int& number)
-{
-    Frame& frame = frames.back();
-    if (frame.body) {
-        if (frame.index >= frame.body->size())
-            fail("Subroutine o" + frame.name + " ends without its endsub.");
-        frame.current = frame.index++;
-        HeldLine const& held = (*frame.body)[frame.current];
-        line = held.text;
-        number = held.number;
-        return true;
-    }
-    if (frame.index < held.size()) {
-        frame.current = frame.index++;
-        line = held[frame.current].text;
-        number = held[frame.current].number;
-        return true;
-    }
-    if (frame.loops.empty() && !held.empty()) {
-        held.clear();
-        heldBytes = 0;
-        frame.index = 0;
-    }
-    if (!file.next(line))
-        return false;
-    number = file.getLineNumber();
-    if (frame.loops.empty()) {
-        frame.current = SIZE_MAX;
-        return true;
-    }
-    hold(line, number);
-    frame.current = frame.index++;
-    line = held.back().text;
-    return true;
-}
-
-void Interpreter::hold(std::string_view line, unsigned int number)
-{
-    heldBytes += line.size() + sizeof(HeldLine);
-    if (heldBytes > GCodeReader::MaximumHeldText)
-        fail("Loops and subroutines hold more program text than the reader keeps ("
-            + std::to_string(GCodeReader::MaximumHeldText >> 20) + " MiB).");
-    held.push_back({number, std::string(line)});
-}
-
-// Reads on to the first line that is the O word name with one of the keywords, and leaves the
-// frame at the line after it (which has been read: frame.current is its index).
-void Interpreter::skipTo(
-    std::string const& name, std::initializer_list<GCodeBlock::OKeyword> keywords, char const* what)
-{
-    std::string_view line;
-    unsigned int number = 0;
-    while (nextLine(line, number)) {
-        std::optional<OWordPeek> const peek = peekOWord(line);
-        if (!peek || peek->name != name)
-            continue;
-        if (std::find(keywords.begin(), keywords.end(), peek->keyword) != keywords.end()) {
-            block.read(line, expression);
-            return;
-        }
-    }
-    fail("File ends inside o" + name + " " + what + ".");
-}
-
-void Interpreter::defineSub(std::string const& name)
-{
-    if (frames.size() > 1 || !frames.back().loops.empty() || !frames.back().conditionals.empty())
-        fail("Subroutine o" + name + " is defined inside another block structure.");
-    auto body = std::make_shared<Body>();
-    std::size_t bytes = 0;
-    std::string_view line;
-    unsigned int number = 0;
-    while (nextLine(line, number)) {
-        std::optional<OWordPeek> const peek = peekOWord(line);
-        if (peek && peek->name == name && peek->keyword == GCodeBlock::OKeyword::EndSub) {
-            body->push_back({number, std::string(line)});
-            subs[name] = std::move(body);
-            return;
-        }
-        if (peek && peek->keyword == GCodeBlock::OKeyword::Sub)
-            fail("Subroutine o" + peek->name + " is defined inside subroutine o" + name + ".");
-        bytes += line.size() + sizeof(HeldLine);
-        if (bytes > GCodeReader::MaximumHeldText)
-            fail("Subroutine o" + name + " is longer than the reader keeps ("
-                + std::to_string(GCodeReader::MaximumHeldText >> 20) + " MiB).");
-        body->push_back({number, std::string(line)});
-    }
-    fail("File ends inside subroutine o" + name + ".");
-}
-
-// ---------------------------------------------------------------------------------------------
 // Blocks.
 
 bool Interpreter::run()
@@ -457,22 +272,24 @@ bool Interpreter::run()
         return false;
     Abortable& abort = *reader.getAbortable();
     std::string_view line;
-    unsigned int number = 0;
     try {
         while (!ended) {
             if (abort.isAborted())
                 return false;
-            if (!nextLine(line, number))
+            if (!flow.nextLine(line))
                 break;
-            if (!runLine(line, number))
+            if (!runLine(line, flow.getLineNumber()))
                 return false;
         }
     } catch (GCodeError const& error) {
-        throw NCParseException(lineNumber, Unicode::fromUTF8(error.getMessage()), Unicode::fromUTF8(lastText));
+        throw NCParseException(
+            flow.getLineNumber(), Unicode::fromUTF8(error.getMessage()), Unicode::fromUTF8(flow.getLineText()));
     }
+    unsigned int const lineNumber = flow.getLineNumber();
     if (!ended) {
-        if (frames.size() > 1)
-            throw NCParseException(lineNumber, L"File ends inside subroutine o" + Unicode::fromUTF8(frames.back().name) + L".", L"");
+        if (flow.getCallLevel() > 0)
+            throw NCParseException(lineNumber,
+                L"File ends inside subroutine o" + Unicode::fromUTF8(flow.getSubroutineName()) + L".", L"");
         throw NCParseException(lineNumber,
             percentFirst ? L"File ends without its closing '%'." : L"File ends without M2, M30 or a closing '%'.", L"");
     }
@@ -506,240 +323,26 @@ bool Interpreter::runLine(std::string_view line, unsigned int number)
         if (*n >= 0.0 && *n < 4294967296.0 && !target.onLineNumber(static_cast<unsigned int>(*n)))
             return false;
     }
-    if (block.getOKeyword() != GCodeBlock::OKeyword::None)
-        return comments() && runOWord();
+    if (block.getOKeyword() != GCodeBlock::OKeyword::None) {
+        if (!comments())
+            return false;
+        if (flow.run(block) == GCodeProgramFlow::Outcome::Returned)
+            restoreModes();
+        return true;
+    }
     return runBlock();
 }
 
-bool Interpreter::runOWord()
+// The modes M73 saved in the subroutine that has returned.
+void Interpreter::restoreModes()
 {
-    using K = GCodeBlock::OKeyword;
-    std::string const name = block.getOName();
-    std::string_view const arguments = block.getOArguments();
-    Frame& frame = frames.back();
-    auto const condition = [&]() {
-        std::size_t position = 0;
-        if (arguments.empty() || arguments[0] != '[')
-            fail("o" + name + " needs a condition in brackets.");
-        double const value = expression.readRealValue(arguments, position);
-        if (position != arguments.size())
-            fail("Unexpected text after the condition of o" + name + ".");
-        return value != 0.0;
-    };
-    auto const optionalValue = [&]() -> std::optional<double> {
-        if (arguments.empty())
-            return std::nullopt;
-        std::size_t position = 0;
-        double const value = expression.readRealValue(arguments, position);
-        if (position != arguments.size())
-            fail("Unexpected text after the value of o" + name + ".");
-        return value;
-    };
-    auto const noArguments = [&]() {
-        if (!arguments.empty())
-            fail("Unexpected text after o" + name + ".");
-    };
-    auto const countIteration = [&]() {
-        if (++iterations > reader.getMaximumLoopIterations())
-            fail("Loops ran more than " + std::to_string(reader.getMaximumLoopIterations())
-                + " times; the program is taken to loop for ever.");
-    };
-    // The line being run must be held to be gone back to; in the main program it is the first line
-    // held when no loop was open.
-    auto const startIndex = [&]() {
-        if (!frame.body && frame.current == SIZE_MAX) {
-            held.clear();
-            heldBytes = 0;
-            hold(lastText, lineNumber);
-            frame.current = 0;
-            frame.index = 1;
-        }
-        return frame.current;
-    };
-    // Break and continue belong to while and do loops, as in the control.
-    auto const findLoop = [&](char const* what) -> std::size_t {
-        for (std::size_t i = frame.loops.size(); i-- > 0;)
-            if (frame.loops[i].name == name && frame.loops[i].kind != K::Repeat)
-                return i;
-        fail(std::string("o") + name + " " + what + " is not inside a loop o" + name + ".");
-    };
-
-    switch (block.getOKeyword()) {
-    case K::Sub:
-        noArguments();
-        defineSub(name);
-        return true;
-    case K::EndSub:
-    case K::Return: {
-        // The control returns from the subroutine being run whatever number the word has.
-        if (!frame.body)
-            fail("o" + name + (block.getOKeyword() == K::Return ? " return" : " endsub") + " outside a subroutine.");
-        std::optional<double> const value = optionalValue();
-        returnValue = value.value_or(0.0);
-        valueReturned = value.has_value();
-        if (frame.restoreOnReturn) {
-            setUnits(frame.restoreOnReturn->inches);
-            modes = *frame.restoreOnReturn;
-            contextTouched = true;
-        }
-        frames.pop_back();
-        parameters.leaveCall();
-        return true;
+    while (!restores.empty() && restores.back().first > flow.getCallLevel()) {
+        Modes const saved = restores.back().second;
+        restores.pop_back();
+        setUnits(saved.inches);
+        modes = saved;
+        contextTouched = true;
     }
-    case K::Call: {
-        auto const found = subs.find(name);
-        if (found == subs.end())
-            fail("Subroutine o" + name + " is not defined before its call (subroutines in other files are not read).");
-        std::vector<double> values;
-        std::size_t position = 0;
-        while (position < arguments.size()) {
-            if (arguments[position] != '[')
-                fail("Arguments of o" + name + " call must be in brackets.");
-            values.push_back(expression.readRealValue(arguments, position));
-            if (values.size() > static_cast<std::size_t>(GCodeParameters::ArgumentCount))
-                fail("More than 30 arguments in o" + name + " call.");
-        }
-        if (frames.size() > GCodeReader::MaximumCallDepth)
-            fail("Subroutine calls nest deeper than " + std::to_string(GCodeReader::MaximumCallDepth) + ".");
-        returnValue = 0.0;
-        valueReturned = false;
-        parameters.enterCall(values);
-        Frame called;
-        called.body = found->second;
-        called.name = name;
-        frames.push_back(std::move(called));
-        return true;
-    }
-    case K::If:
-        if (condition()) {
-            frame.conditionals.push_back({name});
-            return true;
-        }
-        for (;;) {
-            skipTo(name, {K::ElseIf, K::Else, K::EndIf}, "if");
-            if (block.getOKeyword() == K::EndIf)
-                return true;
-            if (block.getOKeyword() == K::Else) {
-                frame.conditionals.push_back({name});
-                return true;
-            }
-            std::size_t position = 0;
-            std::string_view const next = block.getOArguments();
-            if (next.empty() || next[0] != '[')
-                fail("o" + name + " elseif needs a condition in brackets.");
-            if (expression.readRealValue(next, position) != 0.0) {
-                frame.conditionals.push_back({name});
-                return true;
-            }
-        }
-    case K::ElseIf:
-    case K::Else:
-        if (frame.conditionals.empty() || frame.conditionals.back().name != name)
-            fail("o" + name + (block.getOKeyword() == K::Else ? " else" : " elseif") + " without its o" + name + " if.");
-        frame.conditionals.pop_back();
-        skipTo(name, {K::EndIf}, "if");
-        return true;
-    case K::EndIf:
-        noArguments();
-        if (frame.conditionals.empty() || frame.conditionals.back().name != name)
-            fail("o" + name + " endif without its o" + name + " if.");
-        frame.conditionals.pop_back();
-        return true;
-    case K::Do: {
-        noArguments();
-        std::size_t const start = startIndex();
-        frame.loops.push_back({name, K::Do, start + 1, 0, frame.conditionals.size()});
-        return true;
-    }
-    case K::While: {
-        bool const value = condition();
-        if (!frame.loops.empty() && frame.loops.back().name == name && frame.loops.back().kind == K::Do
-            && frame.current != SIZE_MAX) {
-            // The end of a do loop.
-            if (!value) {
-                frame.loops.pop_back();
-                return true;
-            }
-            countIteration();
-            frame.conditionals.resize(frame.loops.back().conditionals);
-            frame.index = frame.loops.back().start;
-            return true;
-        }
-        bool const again = !frame.loops.empty() && frame.loops.back().name == name
-            && frame.loops.back().kind == K::While && frame.loops.back().start == frame.current;
-        if (!value) {
-            if (again)
-                frame.loops.pop_back();
-            skipTo(name, {K::EndWhile}, "while");
-            return true;
-        }
-        if (again) {
-            countIteration();
-            return true;
-        }
-        std::size_t const start = startIndex();
-        frame.loops.push_back({name, K::While, start, 0, frame.conditionals.size()});
-        return true;
-    }
-    case K::EndWhile: {
-        noArguments();
-        if (frame.loops.empty() || frame.loops.back().name != name || frame.loops.back().kind != K::While)
-            fail("o" + name + " endwhile without its o" + name + " while.");
-        frame.conditionals.resize(frame.loops.back().conditionals);
-        frame.index = frame.loops.back().start;
-        return true;
-    }
-    case K::Repeat: {
-        std::size_t position = 0;
-        if (arguments.empty() || arguments[0] != '[')
-            fail("o" + name + " repeat needs a count in brackets.");
-        double const count = expression.readRealValue(arguments, position);
-        std::optional<std::int64_t> const times = GCodeExpression::toInteger(count);
-        if (!times)
-            fail("o" + name + " repeat count is not a whole number.");
-        if (*times <= 0) {
-            skipTo(name, {K::EndRepeat}, "repeat");
-            return true;
-        }
-        std::size_t const start = startIndex();
-        frame.loops.push_back({name, K::Repeat, start + 1, *times, frame.conditionals.size()});
-        return true;
-    }
-    case K::EndRepeat: {
-        noArguments();
-        if (frame.loops.empty() || frame.loops.back().name != name || frame.loops.back().kind != K::Repeat)
-            fail("o" + name + " endrepeat without its o" + name + " repeat.");
-        Loop& loop = frame.loops.back();
-        if (--loop.remaining <= 0) {
-            frame.loops.pop_back();
-            return true;
-        }
-        countIteration();
-        frame.conditionals.resize(loop.conditionals);
-        frame.index = loop.start;
-        return true;
-    }
-    case K::Break:
-    case K::Continue: {
-        noArguments();
-        bool const isBreak = block.getOKeyword() == K::Break;
-        std::size_t const at = findLoop(isBreak ? "break" : "continue");
-        Loop const loop = frame.loops[at];
-        frame.loops.resize(at + 1);
-        frame.conditionals.resize(loop.conditionals);
-        K const end = loop.kind == K::While ? K::EndWhile : loop.kind == K::Do ? K::While : K::EndRepeat;
-        // Continue runs the loop's end line, which goes back or ends the loop; break passes it.
-        skipTo(name, {end}, loop.kind == K::While ? "while" : loop.kind == K::Do ? "do" : "repeat");
-        if (isBreak) {
-            frame.loops.pop_back();
-            return true;
-        }
-        return runOWord();
-    }
-    case K::None:
-        break;
-    }
-    return true;
 }
 
 bool Interpreter::endProgram()
@@ -798,8 +401,6 @@ std::optional<std::string_view> gUnsupported(int code) noexcept
     switch (code) {
     case 50: case 51: case 52: case 53:
         return "splines are not read";
-    case 330: case 331:
-        return "spindle-synchronised motion is not read";
     case 382: case 383: case 384: case 385:
         return "probing moves depend on what the probe touches";
     case 760: case 700: case 710: case 711: case 712: case 720: case 721: case 722:
@@ -976,7 +577,7 @@ bool Interpreter::runBlock()
             contextTouched = true;
         } else {
             // In the main program nothing returns, so nothing is restored.
-            frames.back().restoreOnReturn = modes;
+            restores.emplace_back(flow.getCallLevel(), modes);
         }
     }
     if (!coolant() || !overrides() || !dwell())
@@ -1261,7 +862,8 @@ bool Interpreter::coordinateSystemData()
                     word(letter);
             for (std::size_t axis = 0; axis < AxisCount; ++axis)
                 axisWord(axis);
-            return target.onParameter(GCodeReader::getParameterName("tool-table").c_str(), lastText.c_str());
+            return target.onParameter(
+                GCodeReader::getParameterName("tool-table").c_str(), flow.getLineText().c_str());
         }
         if (l != 2 && l != 20)
             fail("G10 L" + std::to_string(l.value_or(-1)) + " is not supported.");
@@ -1453,6 +1055,9 @@ bool Interpreter::motion()
     case 20:
     case 30:
         return arc(mode == 20, endOf(false));
+    case 330:
+    case 331:
+        return synchronised(mode == 331, endOf(false));
     default:
         return cycle(mode, endOf(false));
     }
@@ -1515,6 +1120,35 @@ bool Interpreter::sendAxisValues(Axes const& end)
     sentAxes = end;
     axesSent = true;
     return target.onMachineAxisValues(AxisValues(std::move(values)));
+}
+
+// G33 and G33.1: moves whose feed follows the spindle, K per revolution, between the commands that
+// start and end that synchronisation; a rigid tap (G33.1) goes back to its start.
+bool Interpreter::synchronised(bool rigidTap, Axes const& end)
+{
+    std::string const name = rigidTap ? "G33.1" : "G33";
+    if (!has('k'))
+        fail("K word missing with " + name + ".");
+    double const pitch = word('k');
+    if (pitch <= 0.0)
+        fail("Distance per revolution K of " + name + " is not above zero.");
+    if (rigidTap && has('i'))
+        word('i');
+    if (!modes.spindleOn || modes.speed <= 0.0)
+        fail("Spindle not turning in " + name + ".");
+    double const feed = pitch * modes.speed;
+    Axes const start = position;
+    unsigned int const flags = moveFlags(false);
+    if (!ensureSection() || !target.onCommand(NCStream::COMMAND_ACTIVATE_SPEED_FEED_SYNCHRONIZATION)
+        || !sendAxisValues(end) || !target.onLinear(point(end), feed, flags))
+        return false;
+    position = end;
+    if (rigidTap) {
+        if (!sendAxisValues(start) || !target.onLinear(point(start), feed, flags))
+            return false;
+        position = start;
+    }
+    return target.onCommand(NCStream::COMMAND_DEACTIVATE_SPEED_FEED_SYNCHRONIZATION);
 }
 
 bool Interpreter::arc(bool clockwise, Axes const& end)
@@ -1922,7 +1556,7 @@ std::optional<double> Interpreter::getNamed(std::string_view name) const
     Entry const entries[] = {
         {"_vmajor", 2.9},
         {"_vminor", 0.0},
-        {"_line", static_cast<double>(lineNumber)},
+        {"_line", static_cast<double>(flow.getLineNumber())},
         {"_motion_mode", modes.motion < 0 ? 0.0 : static_cast<double>(modes.motion)},
         {"_plane", static_cast<double>(modes.plane)},
         {"_ccomp", static_cast<double>(modes.compensation)},
@@ -1957,10 +1591,10 @@ std::optional<double> Interpreter::getNamed(std::string_view name) const
         {"_current_pocket", static_cast<double>(currentTool)},
         {"_selected_tool", static_cast<double>(selectedTool)},
         {"_selected_pocket", static_cast<double>(selectedTool)},
-        {"_value", returnValue},
-        {"_value_returned", flag(valueReturned)},
+        {"_value", flow.getReturnValue()},
+        {"_value_returned", flag(flow.isValueReturned())},
         {"_task", 0.0},
-        {"_call_level", static_cast<double>(frames.size() - 1)},
+        {"_call_level", static_cast<double>(flow.getCallLevel())},
         {"_remap_level", 0.0},
     };
     for (Entry const& entry : entries)
@@ -1972,7 +1606,7 @@ std::optional<double> Interpreter::getNamed(std::string_view name) const
 template <class Lines> bool importLines(Lines& lines, GCodeReader& reader)
 {
     NCStream& target = *SafePointer<NCStream>(reader.getNCStream());
-    FileLinesOf<Lines> file(lines);
+    LinesOf<Lines> file(lines);
     Interpreter interpreter(reader, target, file);
     return interpreter.run();
 }

@@ -300,6 +300,22 @@ TEST(GCodeReaderTest, CannedCycleRetractsToTheInitialLevelOrToR)
     EXPECT_EQ(recorder.events[static_cast<std::size_t>(end - names.begin()) + 1], rapid(0, 1, 2)) << "G80 ends the group";
 }
 
+TEST(GCodeReaderTest, SpindleSynchronisedMovesFeedByThePitchBetweenTheirCommands)
+{
+    std::vector<std::wstring> events = eventsOf("G21 G90\nG0 X1 Z2\nS200 M3\nG33 Z-3 K0.5\nG33.1 Z-5 K1\nG0 X0\nM2\n");
+    std::erase_if(events, [](std::wstring const& line) {
+        return !isMove(line) && !line.starts_with(L"onCommand");
+    });
+    auto const command = [](NCStream::Command c) { return L"onCommand " + std::to_wstring(c); };
+    std::wstring const on = command(NCStream::COMMAND_ACTIVATE_SPEED_FEED_SYNCHRONIZATION);
+    std::wstring const off = command(NCStream::COMMAND_DEACTIVATE_SPEED_FEED_SYNCHRONIZATION);
+    std::vector<std::wstring> const after(std::find(events.begin(), events.end(), rapid(1, 0, 2)) + 1, events.end());
+    EXPECT_EQ(after,
+        (std::vector<std::wstring> {command(NCStream::COMMAND_SPINDLE_CLOCKWISE), on, linear(1, 0, -3, 100.0), off, on,
+            linear(1, 0, -5, 200.0), linear(1, 0, -3, 200.0), off, rapid(0, 0, -3), command(NCStream::COMMAND_END)}))
+        << "G33 feeds at K times the speed; G33.1 goes back to its start";
+}
+
 // ---------------------------------------------------------------------------------------------
 // Sections, contexts and tools.
 
@@ -651,7 +667,9 @@ TEST(GCodeReaderTest, ErrorsNameTheirLineAfterTheEventsBeforeThem)
         // Codes and words.
         {"G12 X1", "Unknown G code G12."},
         {"G5 X1", "G5 is not supported: splines are not read."},
-        {"G33 Z-1 K1", "G33 is not supported: spindle-synchronised motion is not read."},
+        {"G33 Z-1 K1", "Spindle not turning in G33."},
+        {"S100 M3 G33.1 Z-1", "K word missing with G33.1."},
+        {"S100 M3 G33 Z-1 K0", "Distance per revolution K of G33 is not above zero."},
         {"G38.2 Z-1", "G38.2 is not supported: probing moves depend on what the probe touches."},
         {"G76 P1 Z-1", "G76 is not supported: lathe threading and turning cycles are not read."},
         {"G17.1", "G17.1 is not supported: arcs in the UVW planes are not read."},
