@@ -165,6 +165,14 @@ void GCodeProgramFlow::defineSub(std::string const& name)
     fail("File ends inside subroutine o" + name + ".");
 }
 
+void GCodeProgramFlow::countIterations(std::uint64_t count)
+{
+    iterations += count;
+    if (count > maximumIterations || iterations > maximumIterations)
+        fail("Loops ran more than " + std::to_string(maximumIterations)
+            + " times; the program is taken to loop for ever.");
+}
+
 GCodeProgramFlow::Outcome GCodeProgramFlow::run(GCodeBlock& block)
 {
     using K = GCodeBlock::OKeyword;
@@ -193,11 +201,7 @@ GCodeProgramFlow::Outcome GCodeProgramFlow::run(GCodeBlock& block)
         if (!arguments.empty())
             fail("Unexpected text after o" + name + ".");
     };
-    auto const countIteration = [&]() {
-        if (++iterations > maximumIterations)
-            fail("Loops ran more than " + std::to_string(maximumIterations)
-                + " times; the program is taken to loop for ever.");
-    };
+    auto const countIteration = [&]() { countIterations(1); };
     // The line being run must be held to be gone back to; in the main program it is the first line
     // held when no loop was open.
     auto const startIndex = [&]() {

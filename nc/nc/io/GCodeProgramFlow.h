@@ -51,6 +51,9 @@ public:
     // while lines are skipped. Returned: a subroutine has returned to its caller.
     Outcome run(GCodeBlock& block);
 
+    // Counts repeats made elsewhere (a canned cycle's L) against the limit of loop iterations.
+    void countIterations(std::uint64_t count);
+
     // Calls open: 0 in the main program.
     std::size_t getCallLevel() const noexcept { return frames.size() - 1; }
     // The name of the innermost subroutine being run ("" in the main program).

@@ -1335,6 +1335,8 @@ bool Interpreter::cycle(int word, Axes const& end)
     cycleGroupDefinition = definition;
     if (repeats == 0)
         return true;
+    // The holes after the first are a loop of the control and count as its iterations.
+    flow.countIterations(static_cast<std::uint64_t>(repeats - 1));
     Vector3D current = point(position);
     if (!GCodeCannedCycle::sendPreliminary(target, hole, current))
         return false;

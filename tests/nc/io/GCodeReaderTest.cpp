@@ -618,6 +618,11 @@ TEST(GCodeReaderTest, EndlessLoopsAndDeepCallsEndWithTheirErrors)
     EXPECT_EQ(std::count(endless.events.begin(), endless.events.end(), rapid(6, 0, 0)), 1) << "the iterations run";
     EXPECT_EQ(std::count(endless.events.begin(), endless.events.end(), rapid(7, 0, 0)), 0);
 
+    // The repeats of a canned cycle are loops too: a million holes from one line are refused.
+    Failure const repeats = failureOf("G0 Z5\nG81 X1 Z-1 R1 L7 F10\nM2\n", options);
+    EXPECT_EQ(repeats.line, 2u);
+    EXPECT_EQ(repeats.message, "Loops ran more than 5 times; the program is taken to loop for ever.");
+
     Failure const deep = failureOf("o1 sub\nG0 X#1\no1 call [#1+1]\no1 endsub\no1 call [1]\nM2\n");
     EXPECT_EQ(deep.line, 3u);
     EXPECT_EQ(deep.message, "Subroutine calls nest deeper than 100.");
