@@ -14,7 +14,7 @@ namespace Quarn {
 
 namespace {
 
-constexpr bool isDigit(char c) noexcept { return c >= '0' && c <= '9'; }
+constexpr bool isDigit(char c) noexcept { return static_cast<unsigned char>(c - '0') < 10; }
 constexpr bool isLetter(char c) noexcept { return c >= 'a' && c <= 'z'; }
 
 // A character for a message: itself when printable, else its code.
@@ -80,29 +80,28 @@ constexpr std::array<unsigned char, 256> ByteFlags = [] {
 // they are scanned: a number of at most 19 digits whose digits fit 2^53 is one exact division by a
 // power of ten, correctly rounded; others go to parseDecimal. False when there is no digit; a
 // number too large for a double throws.
-bool scanNumber(char const*& p, char const* end, bool negative, double& value)
+constexpr double PowersOfTen[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14,
+    1e15, 1e16, 1e17, 1e18, 1e19};
+
+[[gnu::always_inline]] inline bool scanNumber(char const*& p, char const* end, bool negative, double& value)
 {
     char const* const start = p;
     std::uint64_t mantissa = 0;
-    std::size_t count = 0, fraction = 0;
-    while (p != end && isDigit(*p)) {
+    while (p != end && isDigit(*p))
         mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p++ - '0');
-        ++count;
-    }
+    std::size_t count = static_cast<std::size_t>(p - start);
+    std::size_t fraction = 0;
     if (p != end && *p == '.') {
-        ++p;
-        while (p != end && isDigit(*p)) {
+        char const* const point = ++p;
+        while (p != end && isDigit(*p))
             mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p++ - '0');
-            ++fraction;
-        }
+        fraction = static_cast<std::size_t>(p - point);
+        count += fraction;
     }
-    count += fraction;
     if (count == 0)
         return false;
-    constexpr double Powers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14,
-        1e15, 1e16, 1e17, 1e18, 1e19};
     if (count <= 19 && mantissa <= (std::uint64_t {1} << 53)) {
-        double const magnitude = static_cast<double>(mantissa) / Powers[fraction];
+        double const magnitude = static_cast<double>(mantissa) / PowersOfTen[fraction];
         value = negative ? -magnitude : magnitude;
         return true;
     }

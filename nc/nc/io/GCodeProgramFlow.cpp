@@ -69,11 +69,11 @@ bool GCodeProgramFlow::nextLine(std::string_view& line)
 {
     unsigned int number = 0;
     if (!readLine(line, number)) {
-        lastText.clear();
+        lastLine = {};
         return false;
     }
     lineNumber = number;
-    lastText.assign(line);
+    lastLine = line;
     return true;
 }
 
@@ -100,9 +100,8 @@ bool GCodeProgramFlow::readLine(std::string_view& line, unsigned int& number)
         heldBytes = 0;
         frame.index = 0;
     }
-    if (!file.next(line))
+    if (!file.next(line, number))
         return false;
-    number = file.getLineNumber();
     if (frame.loops.empty()) {
         frame.current = SIZE_MAX;
         return true;
@@ -208,7 +207,7 @@ GCodeProgramFlow::Outcome GCodeProgramFlow::run(GCodeBlock& block)
         if (!frame.body && frame.current == SIZE_MAX) {
             held.clear();
             heldBytes = 0;
-            hold(lastText, lineNumber);
+            hold(lastLine, lineNumber);
             frame.current = 0;
             frame.index = 1;
         }

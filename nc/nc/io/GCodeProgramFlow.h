@@ -32,8 +32,8 @@ public:
     class Lines {
     public:
         virtual ~Lines() = default;
-        virtual bool next(std::string_view& line) = 0;
-        virtual unsigned int getLineNumber() const = 0;
+        // The next line and its number (from 1); false at the end.
+        virtual bool next(std::string_view& line, unsigned int& number) = 0;
     };
 
     enum class Outcome { Continued, Returned };
@@ -43,9 +43,10 @@ public:
 
     // The next line to run; false at the end of the file. The view lasts until the next call.
     bool nextLine(std::string_view& line);
-    // The line last handed out (or read while skipping), for messages: its number and text.
+    // The line last handed out (or read while skipping), for messages: its number and text. The
+    // text is a view of the line as read, valid until the next line is read.
     unsigned int getLineNumber() const noexcept { return lineNumber; }
-    std::string const& getLineText() const noexcept { return lastText; }
+    std::string_view getLineText() const noexcept { return lastLine; }
 
     // Runs the O-word block just read from the line last handed out; block may be read again
     // while lines are skipped. Returned: a subroutine has returned to its caller.
@@ -103,7 +104,7 @@ private:
     std::unordered_map<std::string, std::shared_ptr<Body const>> subs;
     std::uint64_t iterations = 0;
     unsigned int lineNumber = 0;
-    std::string lastText;
+    std::string_view lastLine;
     double returnValue = 0.0;
     bool valueReturned = false;
 };

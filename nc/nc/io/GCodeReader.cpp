@@ -69,6 +69,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <numbers>
@@ -103,8 +104,13 @@ constexpr std::uint32_t AxisWordMask = wordBits("xyzabcuvw") | wordBits({&GCodeB
 template <class Source> class LinesOf final : public GCodeProgramFlow::Lines {
 public:
     explicit LinesOf(Source& lines) : lines(lines) { }
-    bool next(std::string_view& line) override { return lines.next(line); }
-    unsigned int getLineNumber() const override { return lines.getLineNumber(); }
+    bool next(std::string_view& line, unsigned int& number) override
+    {
+        if (!lines.next(line))
+            return false;
+        number = lines.getLineNumber();
+        return true;
+    }
 
 private:
     Source& lines;
@@ -298,8 +304,10 @@ bool Interpreter::run()
 
 bool Interpreter::runLine(std::string_view line, unsigned int number)
 {
-    std::size_t first = line.find_first_not_of(" \t\r");
-    if (first == std::string_view::npos)
+    std::size_t first = 0;
+    while (first < line.size() && (line[first] == ' ' || line[first] == '\t' || line[first] == '\r'))
+        ++first;
+    if (first == line.size())
         return true;
     if (line[first] == '%' && line.find_first_not_of(" \t\r", first + 1) == std::string_view::npos) {
         if (!started) {
@@ -499,17 +507,22 @@ bool Interpreter::hasAxisWords() const noexcept { return (block.getWords() & Axi
 // ---------------------------------------------------------------------------------------------
 // The steps of a block, in the control's order.
 
-// The block most programs are made of: G0 or G1 (or none, in G0 or G1 mode) with X, Y, Z and F,
-// nothing else. It runs without the steps of a general block, to the same effect.
+// The blocks most programs are made of: G0, G1, G2 or G3 (or none, in one of their modes) with X, Y,
+// Z and F, and for arcs I, J, K, R and P, nothing else. They run without the steps of a general
+// block, to the same effect (every word is used, by the move or by its error).
 std::optional<bool> Interpreter::runPlainMove()
 {
-    constexpr std::uint32_t PlainWords = wordBits("xyzf");
+    constexpr std::uint32_t StraightWords = wordBits("xyzf");
+    constexpr std::uint32_t ArcWords = wordBits("xyzfijkrp");
     std::uint32_t const words = block.getWords();
-    if (block.getMCount() != 0 || block.getGCount() > 1 || (words & ~PlainWords) != 0 || !block.getComments().empty()
+    if (block.getMCount() != 0 || block.getGCount() > 1 || (words & ~ArcWords) != 0 || !block.getComments().empty()
         || block.hasAssignments() || cycleGroupOpen || modes.diameterMode)
         return std::nullopt;
     int const code = block.getGCount() == 1 ? block.getG(0) : modes.motion;
-    if ((code != 0 && code != 10) || (words & AxisWordMask) == 0)
+    bool const straightMove = code == 0 || code == 10;
+    bool const arcMove = code == 20 || code == 30;
+    if (!(straightMove && (words & ~StraightWords) == 0 && (words & AxisWordMask) != 0)
+        && !(arcMove && (words & wordBits("xyzijkr")) != 0))
         return std::nullopt;
     modes.motion = code;
     if ((words & wordBits("f")) != 0) {
@@ -517,7 +530,23 @@ std::optional<bool> Interpreter::runPlainMove()
             fail("Negative feed rate F.");
         modes.feed = block.get('f');
     }
-    return straight(code == 0, endOf(false));
+    // The end from X, Y and Z alone (no polar words, no diameter mode here).
+    Axes end = position;
+    for (std::size_t axis = 0; axis < 3; ++axis)
+        if ((words & (1u << GCodeBlock::letterIndex(AxisLetters[axis]))) != 0) {
+            double const value = block.get(AxisLetters[axis]);
+            end[axis] = modes.absolute ? value : end[axis] + value;
+        }
+    if (arcMove) {
+        used = 0;
+        if (!arc(code == 20, end))
+            return false;
+        if (std::uint32_t const unused = words & ~used & ~StraightWords)
+            fail(std::string("Word ") + static_cast<char>('A' + std::countr_zero(unused))
+                + " is not used by any code of the block.");
+        return true;
+    }
+    return straight(code == 0, end);
 }
 
 bool Interpreter::runBlock()
@@ -863,7 +892,7 @@ bool Interpreter::coordinateSystemData()
             for (std::size_t axis = 0; axis < AxisCount; ++axis)
                 axisWord(axis);
             return target.onParameter(
-                GCodeReader::getParameterName("tool-table").c_str(), flow.getLineText().c_str());
+                GCodeReader::getParameterName("tool-table").c_str(), std::string(flow.getLineText()).c_str());
         }
         if (l != 2 && l != 20)
             fail("G10 L" + std::to_string(l.value_or(-1)) + " is not supported.");
