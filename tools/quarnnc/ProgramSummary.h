@@ -1,9 +1,11 @@
 // Sink that summarises a program for `quarnnc info`: event counts, sections, tools, units,
-// the bounding box of the moves and the machine axes.
+// the exact bounding box, the machine axes and the analysis of lengths and times, as text or JSON.
 #pragma once
 
 #include "tools/quarnnc/Format.h"
 
+#include "nc/nc/NCAnalyze.h"
+#include "nc/nc/NCBoundingBox.h"
 #include "nc/nc/NCEvent.h"
 #include "nc/nc/NCStream.h"
 #include "nc/nc/NCUnit.h"
@@ -19,11 +21,30 @@
 namespace Quarn::Tool {
 
 // Every event answers true. The kinded parameter counts as the two parameters it arrives as.
+// A program is replayed into input(): NCAnalyze, then NCBoundingBox, then the summary itself.
 class ProgramSummary final : public NCStream {
 public:
+    ProgramSummary() = default;
+    ProgramSummary(ProgramSummary const&) = delete;
+    ProgramSummary& operator=(ProgramSummary const&) = delete;
+
+    // The head of the chain that ends in this summary.
+    NCStream& input() noexcept { return analyze; }
+    // Settings of the analysis (rapid rate, tool-change time) go here before the replay.
+    NCAnalyze& getAnalyze() noexcept { return analyze; }
+    NCAnalyze const& getAnalyze() const noexcept { return analyze; }
+    NCBoundingBox const& getBoundingBox() const noexcept { return box; }
+
+    // The unit of the lengths, feeds and boxes printed: that of the first context (millimetres
+    // without one).
+    NCUnit::Unit getUnit() const noexcept { return box.getUnit(); }
+
     // Prints the summary as aligned "label: value" lines, events in the order of NCEvent;
-    // coordinates as the format stores them.
+    // coordinates as the format stores them. The analysis follows the events: totals, then one
+    // line per tool and per section.
     void print(std::ostream& out, Format const& format) const;
+    // The same as one JSON object, laid out as the README's `info --format json` says.
+    void printJSON(std::ostream& out, std::string const& file, Format const& format, std::string const& version) const;
 
     using NCStream::onParameter;
 #include "nc/nc/NCEventOverrides.inc"
@@ -34,14 +55,11 @@ private:
     bool note(NCEvent event, NCContext const& context);
     bool note(NCEvent event, NCTool const& tool);
     bool note(NCEvent event, AxisOrdering const& ordering);
-    bool note(NCEvent event, Vector3D const* controlPoints, unsigned int count, double const* knots,
-        unsigned int knotCount, double feedrate, unsigned int flags);
     bool count(NCEvent event)
     {
         ++counts[static_cast<std::size_t>(event)];
         return true;
     }
-    void include(Vector3D const& point);
 
     std::array<std::uint64_t, NCEventCount> counts {};
     std::set<NCUnit::Unit> units;
@@ -53,9 +71,9 @@ private:
         double diameter;
     };
     std::vector<ToolEntry> tools;
-    Vector3D lower = Vector3D::getNaN();
-    Vector3D upper = Vector3D::getNaN();
     AxisOrdering axes;
+    NCBoundingBox box {this};
+    NCAnalyze analyze {&box};
 };
 
 } // namespace Quarn::Tool
