@@ -1,6 +1,8 @@
 // End-to-end tests of quarnnc on G-code input: recognition by content, the commands that read it,
 // its reader options, normalising a program onto itself, conversion to the other formats, and
 // LinuxCNC's interpreter on the bundled G-code examples where it is installed.
+#include "tests/tools/ToolTesting.h"
+
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
@@ -23,19 +25,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Result {
-    int status = -1;
-    std::string out;
-    std::string err;
-};
-
-std::string readFile(fs::path const& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using Quarn::ToolTesting::readFile;
+using Quarn::ToolTesting::Result;
 
 // The moves among the event counts that `quarnnc info` prints.
 std::uint64_t movesInInfo(std::string const& info)
@@ -84,23 +75,10 @@ std::size_t boltHoles(std::string const& log)
     return holes;
 }
 
-class GCodeFormat : public testing::Test {
+class GCodeFormat : public Quarn::ToolTesting::ToolTest {
 protected:
-    fs::path const source = QUARN_SOURCE_DIR;
-    fs::path const scratch = fs::temp_directory_path() / ("quarnnc-gcode-test-" + std::to_string(::getpid()));
+    GCodeFormat() : ToolTest("quarnnc-gcode-test") { }
 
-    GCodeFormat() { fs::create_directories(scratch); }
-    ~GCodeFormat() override { fs::remove_all(scratch); }
-
-    // Runs the tool in the source directory, so example paths print the same everywhere.
-    Result run(std::string const& arguments) const
-    {
-        fs::path const out = scratch / "stdout", err = scratch / "stderr";
-        std::string const command = "cd '" + source.string() + "' && '" QUARNNC_PATH "' " + arguments + " >'"
-            + out.string() + "' 2>'" + err.string() + "'";
-        int const raw = std::system(command.c_str());
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(out), readFile(err)};
-    }
 
     fs::path scratchFile(std::string const& name, std::string const& bytes) const
     {

@@ -8,6 +8,7 @@
 #include "nc/nc/io/CompactNCIReader.h"
 #include "nc/nc/io/CompactNCIWriter.h"
 #include "tests/support/RapidJSON.h"
+#include "tests/tools/ToolTesting.h"
 #include "util/utility/io/FileOutputStream.h"
 
 #include <gtest/gtest.h>
@@ -28,35 +29,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Result {
-    int status = -1;
-    std::string out;
-    std::string err;
-};
+using Quarn::ToolTesting::readFile;
+using Quarn::ToolTesting::Result;
 
-std::string readFile(fs::path const& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-class InfoAnalysis : public testing::Test {
+class InfoAnalysis : public Quarn::ToolTesting::ToolTest {
 protected:
-    fs::path const source = QUARN_SOURCE_DIR;
-    fs::path const scratch = fs::temp_directory_path() / ("quarnnc-info-test-" + std::to_string(::getpid()));
-    InfoAnalysis() { fs::create_directories(scratch); }
-    ~InfoAnalysis() override { fs::remove_all(scratch); }
+    InfoAnalysis() : ToolTest("quarnnc-info-test") { }
 
-    Result run(std::string const& arguments) const
-    {
-        fs::path const out = scratch / "stdout", err = scratch / "stderr";
-        std::string const command = "cd '" + source.string() + "' && '" QUARNNC_PATH "' " + arguments + " >'"
-            + out.string() + "' 2>'" + err.string() + "'";
-        int const raw = std::system(command.c_str());
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(out), readFile(err)};
-    }
 
     // Two sections with T1 and T5 in millimetres: a rapid, a line, a full circle r 10 at F 100, a helix,
     // a dwell; T5 feeds per revolution at 2000 rpm.

@@ -5,6 +5,7 @@
 #include "nc/nc/io/CompactNCIReader.h"
 #include "nc/nc/io/CompactNCIWriter.h"
 #include "tests/support/RapidJSON.h"
+#include "tests/tools/ToolTesting.h"
 #include "util/utility/io/FileOutputStream.h"
 
 #include <gtest/gtest.h>
@@ -30,37 +31,13 @@ namespace fs = std::filesystem;
 using Quarn::NCContext;
 using Quarn::NCStream;
 
-struct Result {
-    int status = -1;
-    std::string out;
-    std::string err;
-};
+using Quarn::ToolTesting::readFile;
+using Quarn::ToolTesting::Result;
 
-std::string readFile(fs::path const& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-class Quarnnc : public testing::Test {
+class Quarnnc : public Quarn::ToolTesting::ToolTest {
 protected:
-    fs::path const source = QUARN_SOURCE_DIR;
-    fs::path const scratch = fs::temp_directory_path() / ("quarnnc-test-" + std::to_string(::getpid()));
+    Quarnnc() : ToolTest("quarnnc-test") { }
 
-    Quarnnc() { fs::create_directories(scratch); }
-    ~Quarnnc() override { fs::remove_all(scratch); }
-
-    // Runs the tool in the source directory, so example paths print the same everywhere.
-    Result run(std::string const& arguments) const
-    {
-        fs::path const out = scratch / "stdout", err = scratch / "stderr";
-        std::string const command = "cd '" + source.string() + "' && '" QUARNNC_PATH "' " + arguments + " >'"
-            + out.string() + "' 2>'" + err.string() + "'";
-        int const raw = std::system(command.c_str());
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(out), readFile(err)};
-    }
 
     std::string golden(char const* name) const { return readFile(source / "tests/tools/golden" / name); }
 
