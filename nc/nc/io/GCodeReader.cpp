@@ -60,7 +60,6 @@
 #include "nc/nc/machinedata/AxisOrdering.h"
 #include "nc/nc/machinedata/AxisValues.h"
 #include "util/utility/SafePointer.h"
-#include "util/utility/io/FileInputStream.h"
 #include "util/utility/io/InputStream.h"
 #include "util/utility/io/LineReader.h"
 #include "util/utility/io/SequentialLineReader.h"
@@ -1713,16 +1712,7 @@ bool GCodeReader::import(InputStream* stream)
 bool GCodeReader::isValid(std::wstring const& fileName)
 {
     try {
-        FileInputStream file(fileName);
-        char start[4096];
-        std::size_t size = 0;
-        while (size < sizeof start) {
-            std::size_t const count = file.read(start + size, sizeof start - size);
-            if (count == 0)
-                break;
-            size += count;
-        }
-        return isGCode(std::string_view(start, size));
+        return isGCode(readFileStart(fileName, 4096));
     } catch (...) {
         return false;
     }

@@ -7,7 +7,6 @@
 #include "nc/nc/io/TextLines.h"
 #include "nc/nc/kernelstream/KernelParameterNames.h"
 #include "util/utility/SafePointer.h"
-#include "util/utility/io/FileInputStream.h"
 #include "util/utility/io/InputStream.h"
 #include "util/utility/io/LineReader.h"
 #include "util/utility/io/SequentialLineReader.h"
@@ -633,17 +632,9 @@ bool KernelCLDReader::isValid(std::wstring const& fileName)
 {
     try {
         std::string const& header = getHeader();
-        FileInputStream file(fileName);
         // The header and "\r\n", or less at the end of the file.
-        std::string start(header.size() + 2, '\0');
-        std::size_t size = 0;
-        while (size < start.size()) {
-            std::size_t const count = file.read(start.data() + size, start.size() - size);
-            if (count == 0)
-                break;
-            size += count;
-        }
-        start.resize(size);
+        std::string const start = readFileStart(fileName, header.size() + 2);
+        std::size_t const size = start.size();
         std::string_view const rest = std::string_view(start).substr(std::min(size, header.size()));
         return start.starts_with(header) && (rest.empty() || rest.starts_with('\n') || rest == "\r\n");
     } catch (...) {

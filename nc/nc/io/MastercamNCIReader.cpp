@@ -9,7 +9,6 @@
 #include "nc/nc/NCTool.h"
 #include "nc/nc/io/TextLines.h"
 #include "util/utility/SafePointer.h"
-#include "util/utility/io/FileInputStream.h"
 #include "util/utility/io/InputStream.h"
 #include "util/utility/io/LineReader.h"
 #include "util/utility/io/SequentialLineReader.h"
@@ -1049,19 +1048,12 @@ bool MastercamNCIReader::import(InputStream* stream)
 bool MastercamNCIReader::isValid(std::wstring const& fileName)
 {
     try {
-        FileInputStream file(fileName);
         // The code and blanks around it fit in a short start.
-        char start[64];
-        std::size_t size = 0;
-        while (size < sizeof start) {
-            std::size_t const count = file.read(start + size, sizeof start - size);
-            if (count == 0)
-                break;
-            size += count;
-        }
-        std::string_view first = withoutByteOrderMark(std::string_view(start, size));
+        constexpr std::size_t StartSize = 64;
+        std::string const start = readFileStart(fileName, StartSize);
+        std::string_view first = withoutByteOrderMark(start);
         std::size_t const end = first.find('\n');
-        if (end == std::string_view::npos && size == sizeof start)
+        if (end == std::string_view::npos && start.size() == StartSize)
             return false;
         first = first.substr(0, end);
         if (first.ends_with('\r'))

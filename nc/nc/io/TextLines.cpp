@@ -2,6 +2,7 @@
 #include "nc/nc/io/TextLines.h"
 
 #include "nc/nc/NCParseException.h"
+#include "util/utility/io/FileInputStream.h"
 #include "util/utility/io/InputStream.h"
 #include "util/utility/io/LineReader.h"
 
@@ -88,5 +89,20 @@ bool ReaderLines::next(std::string_view& line)
 }
 
 unsigned int ReaderLines::getLineNumber() const { return reader.getLineNumber(); }
+
+std::string readFileStart(std::wstring const& fileName, std::size_t count)
+{
+    FileInputStream file(fileName);
+    std::string start(count, '\0');
+    std::size_t size = 0;
+    while (size < count) {
+        std::size_t const read = file.read(start.data() + size, count - size);
+        if (read == 0)
+            break;
+        size += read;
+    }
+    start.resize(size);
+    return start;
+}
 
 } // namespace Quarn

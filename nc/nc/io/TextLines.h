@@ -56,4 +56,8 @@ private:
     std::string buffer;
 };
 
+// The first bytes of a file, at most count of them (fewer when the file is shorter), for the
+// readers' isValid; throws IOException when the file cannot be read.
+std::string readFileStart(std::wstring const& fileName, std::size_t count);
+
 } // namespace Quarn
