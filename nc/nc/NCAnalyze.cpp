@@ -48,7 +48,7 @@ double spiralLength(double r0, double r1, double theta, double h) noexcept
     double const d = r1 - r0;
     if (std::fabs(d) <= 1e-12 * std::max({1.0, r0, r1})) {
         double const r = 0.5 * (r0 + r1);
-        return std::hypot(r * theta, h);
+        return h == 0.0 ? r * theta : std::hypot(r * theta, h);
     }
     double const k = d * d + h * h;
     if (theta == 0.0)
@@ -112,8 +112,10 @@ void NCAnalyze::setRapidRate(Vector3D const& millimetresPerMinute) noexcept
     for (int i = 0; i < 3; ++i) {
         double const rate = millimetresPerMinute[i];
         QUARN_ASSERT(rate > 0.0);
-        if (rate > 0.0)
+        if (rate > 0.0) {
             rapidRate[i] = rate;
+            minutesPerMillimetre[i] = 1.0 / rate;
+        }
     }
 }
 
@@ -134,6 +136,7 @@ NCAnalyze::Figures const* NCAnalyze::findTool(unsigned int number) const noexcep
 // they wait in `pending` for the next one.
 void NCAnalyze::flush()
 {
+    closeRun();
     if (toolNumber)
         tools[toolIndex].figures.add(current);
     total.add(current);
@@ -158,6 +161,7 @@ bool NCAnalyze::onOpen()
     toolIndex = 0;
     inSection = false;
     axisSlots.clear();
+    run = Run();
     current = Figures();
     pending = Figures();
     sections.clear();
@@ -177,6 +181,7 @@ bool NCAnalyze::onClose()
 
 bool NCAnalyze::onContext(NCContext const& context)
 {
+    closeRun();
     NCUnit::Unit const contextUnit = NCUnit::isUnit(context.getUnit()) ? context.getUnit() : NCUnit::MILLIMETERS;
     if (hasPosition && contextUnit != sectionUnit)
         position *= NCUnit::getUnitConversionFactor(sectionUnit, contextUnit);
@@ -208,6 +213,7 @@ bool NCAnalyze::onTool(NCTool const& tool)
 
 bool NCAnalyze::onSpindleSpeed(double speed)
 {
+    closeRun();
     double const magnitude = std::fabs(speed);
     rpm = std::isfinite(magnitude) ? magnitude : 0.0;
     return next->onSpindleSpeed(speed);
@@ -274,46 +280,57 @@ void NCAnalyze::rapid(Vector3D const& end) noexcept
         Vector3D const delta = (end - position) * toMillimetres;
         double minutes = 0.0;
         for (int i = 0; i < 3; ++i)
-            minutes = std::max(minutes, std::fabs(delta[i]) / rapidRate[i]);
+            minutes = std::max(minutes, std::fabs(delta[i]) * minutesPerMillimetre[i]);
         current.rapidSeconds += 60.0 * minutes;
     }
     current.rapidLength += moveTo(end) * toFigures;
 }
 
-void NCAnalyze::feed(double length, double feedrate) noexcept
+void NCAnalyze::startRun(double feedrate) noexcept
 {
-    current.cuttingLength += length * toFigures;
+    closeRun();
+    run.feedrate = feedrate;
+}
+
+void NCAnalyze::closeRun() noexcept
+{
+    if (run.moves == 0) {
+        run = Run();
+        return;
+    }
+    current.cuttingLength += run.length * toFigures;
+    double const feedrate = run.feedrate;
     bool const usable = std::isfinite(feedrate) && feedrate > 0.0;
     double minutes = -1.0;
-    double perMinute = -1.0; // effective feedrate in the section's unit per minute
     switch (feedMode) {
     case NCContext::FEED_INVERSE_TIME:
         if (usable) {
-            minutes = 1.0 / feedrate;
-            if (length > 0.0)
-                perMinute = length * feedrate;
+            minutes = static_cast<double>(run.moves) / feedrate;
+            if (run.longest > 0.0) {
+                extend(current.feedRange, run.shortest * feedrate * toFigures);
+                extend(current.feedRange, run.longest * feedrate * toFigures);
+            }
         }
         break;
     case NCContext::FEED_PER_REVOLUTION:
         if (usable && rpm > 0.0) {
-            minutes = length / (feedrate * rpm);
-            perMinute = feedrate * rpm;
+            minutes = run.length / (feedrate * rpm);
+            extend(current.feedRange, feedrate * rpm * toFigures);
         }
         break;
     default:
         if (usable) {
-            minutes = length / feedrate;
-            perMinute = feedrate;
+            minutes = run.length / feedrate;
+            extend(current.feedRange, feedrate * toFigures);
         }
         break;
     }
     if (minutes >= 0.0)
         current.feedSeconds += 60.0 * minutes;
     else
-        ++current.untimed;
-    if (perMinute >= 0.0)
-        extend(current.feedRange, perMinute * toFigures);
+        current.untimed += run.moves;
     extend(current.spindleRange, rpm);
+    run = Run();
 }
 
 double NCAnalyze::arc(Vector3D const& center, Vector3D const& end, Vector3D const& normal, double sweep,
@@ -324,24 +341,41 @@ double NCAnalyze::arc(Vector3D const& center, Vector3D const& end, Vector3D cons
         return 0.0;
     }
     Vector3D const start = position;
-    Vector3D const n = normal.getNormalized();
-    if (!n.isProper())
-        return moveTo(end); // no plane: the chord
-    double const h = (end - start).dot(n);
-    Vector3D const s = start - center;
-    Vector3D const e = end - center;
-    Vector3D const sp = s - n * s.dot(n);
-    Vector3D const ep = e - n * e.dot(n);
+    double h, r0, r1, across, along; // height, radii, and the cross and dot products of the ends
+    if (normal.x == 0.0 && normal.y == 0.0 && normal.z != 0.0 && std::isfinite(normal.z)) {
+        // About an axis parallel to z, the common case: the same figures without the projections.
+        double const nz = normal.z > 0.0 ? 1.0 : -1.0;
+        double const sx = start.x - center.x, sy = start.y - center.y;
+        double const ex = end.x - center.x, ey = end.y - center.y;
+        h = (end.z - start.z) * nz;
+        r0 = std::sqrt(sx * sx + sy * sy);
+        r1 = std::sqrt(ex * ex + ey * ey);
+        across = nz * (sx * ey - sy * ex);
+        along = sx * ex + sy * ey;
+    } else {
+        Vector3D const n = normal.getNormalized();
+        if (!n.isProper())
+            return moveTo(end); // no plane: the chord
+        h = (end - start).dot(n);
+        Vector3D const s = start - center;
+        Vector3D const e = end - center;
+        Vector3D const sp = s - n * s.dot(n);
+        Vector3D const ep = e - n * e.dot(n);
+        r0 = sp.getModulus();
+        r1 = ep.getModulus();
+        across = n.dot(sp.cross(ep));
+        along = sp.dot(ep);
+    }
     double theta = std::fabs(sweep);
     if (std::isnan(sweep)) {
-        double const angle = std::atan2(n.dot(sp.cross(ep)), sp.dot(ep));
+        double const angle = std::atan2(across, along);
         if (counterClockwise)
             theta = angle > 0.0 ? angle : angle + TwoPi;
         else
             theta = angle < 0.0 ? -angle : TwoPi - angle;
     }
-    moveTo(end);
-    double const length = spiralLength(sp.getModulus(), ep.getModulus(), theta, h);
+    position = end;
+    double const length = spiralLength(r0, r1, theta, h);
     return std::isfinite(length) ? length : 0.0;
 }
 

@@ -7,7 +7,9 @@
 #include "nc/nc/NCUnit.h"
 #include "util/utility/math/Range.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -187,7 +189,22 @@ private:
     // Length of a straight move to end (section unit), and the position moved there.
     double moveTo(Vector3D const& end) noexcept;
     void rapid(Vector3D const& end) noexcept;
-    void feed(double length, double feedrate) noexcept;
+    // Adds a feed move to the run of moves at one feedrate, starting a new run when the feedrate changes.
+    void feed(double length, double feedrate) noexcept
+    {
+        if (!(feedrate == run.feedrate))
+            startRun(feedrate);
+        run.length += length;
+        ++run.moves;
+        if (feedMode == NCContext::FEED_INVERSE_TIME && length > 0.0) {
+            run.shortest = std::min(run.shortest, length);
+            run.longest = std::max(run.longest, length);
+        }
+    }
+    void startRun(double feedrate) noexcept;
+    // Adds the run's lengths, time and ranges to the current figures and starts none. Called before the
+    // feed mode, the unit or the spindle speed changes and at every flush.
+    void closeRun() noexcept;
     // Length of an arc to end with this sweep about normal (sign: the sense; NaN: take it from the ends).
     double arc(Vector3D const& center, Vector3D const& end, Vector3D const& normal, double sweep,
         bool counterClockwise) noexcept;
@@ -211,6 +228,17 @@ private:
     // Slot in axisNames of each entry of the last ordering.
     std::vector<std::size_t> axisSlots;
 
+    // Feed moves in a row at one feedrate under one feed mode, unit and spindle speed: their time is the
+    // sum of their lengths over the feedrate, taken once when the run ends rather than per move.
+    struct Run {
+        double feedrate = std::numeric_limits<double>::quiet_NaN();
+        double length = 0.0; // in the section's unit
+        std::uint64_t moves = 0;
+        // Shortest and longest move of positive length, for the feed range of inverse time.
+        double shortest = std::numeric_limits<double>::infinity();
+        double longest = 0.0;
+    } run;
+    Vector3D minutesPerMillimetre {1.0 / DefaultRapidRate, 1.0 / DefaultRapidRate, 1.0 / DefaultRapidRate};
     Figures current; // since the last flush
     Figures pending; // flushed between two sections, for the next one
     std::vector<SectionFigures> sections;

@@ -129,6 +129,45 @@ void addSpiralExtremes(NCBoundingBox::Box& box, int axis, double C, double a, do
     }
 }
 
+// The box of a planar circular arc about an axis parallel to z (nz = 1 or -1), in the stream's
+// frame: the common arc of milling programs, measured as addArcBox measures it (below) with
+// u = s / r0 and v = n x u scaled by r0, which onArc allows, and without the general mapping.
+// False, having added nothing, when the arc is not of that kind.
+bool addArcAboutZ(NCBoundingBox::Box& box, Vector3D const& start, Vector3D const& center, Vector3D const& end,
+    double nz, int sense, bool circle) noexcept
+{
+    if (!start.isFinite() || !center.isFinite() || !end.isFinite())
+        return false;
+    double const sx = start.x - center.x, sy = start.y - center.y;
+    double const ex = end.x - center.x, ey = end.y - center.y;
+    double const r0 = std::sqrt(sx * sx + sy * sy), r1 = std::sqrt(ex * ex + ey * ey);
+    if (!(r0 > 0.0) || std::abs(r1 - r0) > ConstantRadiusTolerance * std::max(r0, r1)
+        || std::abs(end.z - start.z) > PlanarTolerance * r0)
+        return false;
+    Turn turn;
+    turn.clockwise = sense < 0;
+    if (circle)
+        turn.whole = true;
+    else {
+        double const across = nz * (sx * ey - sy * ex);
+        turn.c = sx * ex + sy * ey;
+        turn.s = turn.clockwise ? -across : across;
+        turn.whole = turn.c > 0.0 && turn.s >= 0.0 && turn.s <= 1e-12 * turn.c;
+    }
+    box.add(start);
+    box.add(end);
+    // Each axis as f(t) = C + A cos t + B sin t with (A, B) = r0 (row . u, row . v).
+    if (onArc(sx, -nz * sy, turn))
+        box.add(0, center.x + r0);
+    if (onArc(-sx, nz * sy, turn))
+        box.add(0, center.x - r0);
+    if (onArc(sy, nz * sx, turn))
+        box.add(1, center.y + r0);
+    if (onArc(-sy, -nz * sx, turn))
+        box.add(1, center.y - r0);
+    return true;
+}
+
 // The box of the arc mapped by q = linear p + offset, added to box. n is a unit vector; sense > 0
 // turns counter-clockwise from start to end, < 0 clockwise (a start equal to the end is a full
 // turn either way), 0 by sweep; a circle is one full turn the way of sense.
@@ -265,6 +304,12 @@ void NCBoundingBox::addArc(
             return;
         }
         start = end;
+    }
+    bool const aboutZ = normal.x == 0.0 && normal.y == 0.0 && normal.z != 0.0 && std::isfinite(normal.z);
+    if (aboutZ && !mapped && sense != 0
+        && addArcAboutZ(current, start, center, end, normal.z > 0.0 ? 1.0 : -1.0, sense, circle)) {
+        position = end;
+        return;
     }
     Vector3D const n = normal.getNormalized();
     if (!n.isProper()) {

@@ -221,6 +221,19 @@ TEST(NCAnalyze, FeedModesDwellsAndRanges)
                 a.onLinear({100, 0, 0}, 0.1, 0);
             },
             60, 0, 1, Range<double>(50, 50), Range<double>(0, 500)},
+        {"inverse time: the range over moves of several lengths at one feedrate",
+            [](NCAnalyze& a) {
+                a.onContext(context(NCUnit::MILLIMETERS, NCContext::FEED_INVERSE_TIME));
+                a.onLinear({1, 0, 0}, 10, 0), a.onLinear({4, 0, 0}, 10, 0), a.onLinear({6, 0, 0}, 10, 0);
+            },
+            18, 0, 0, Range<double>(10, 30), Range<double>(0, 0)},
+        {"one feedrate across a change of feed mode: each move timed by its own mode",
+            [](NCAnalyze& a) {
+                a.onLinear({4, 0, 0}, 2, 0); // 2 minutes per minute
+                a.onContext(context(NCUnit::MILLIMETERS, NCContext::FEED_INVERSE_TIME));
+                a.onLinear({5, 0, 0}, 2, 0); // half a minute
+            },
+            150, 0, 0, Range<double>(2, 2), Range<double>(0, 0)},
         {"no usable feedrate", [](NCAnalyze& a) { a.onLinear({50, 0, 0}, 0, 0), a.onLinear({0, 0, 0}, NAN, 0); }, 0,
             0, 2, std::nullopt, Range<double>(0, 0)},
         {"dwells in seconds and revolutions",

@@ -283,6 +283,38 @@ TEST(NCBoundingBox, RandomArcsAgainstSampling)
     }
 }
 
+// Arcs about an axis parallel to z take a short path of their own; it must agree with the general
+// measure of the same arc by its sweep, both ways round, about +z and -z, and for full turns.
+TEST(NCBoundingBox, ArcsAboutZAgreeWithTheGeneralMeasure)
+{
+    std::mt19937_64 random(20261124);
+    std::uniform_real_distribution<double> unit(-1.0, 1.0);
+    for (int i = 0; i < 2000; ++i) {
+        Vector3D const centre(100 * unit(random), 100 * unit(random), 10 * unit(random));
+        double const r = 0.01 + 30 * std::abs(unit(random));
+        double const from = 180 * unit(random);
+        // Sweeps up to a turn either way, a few of them exactly a quarter, a half or a full turn.
+        double sweep = i % 10 == 0 ? 90.0 * (1 + i % 4) : 360 * unit(random);
+        if (sweep == 0.0)
+            sweep = 1.0;
+        Vector3D const start = at(centre, r, from);
+        Vector3D const end = i % 10 == 0 && i % 4 == 3 ? start : at(centre, r, from + sweep);
+        bool const aboutMinusZ = i % 2 == 1;
+        double const turn = sweep * Pi / 180;
+        Box const general = NCBoundingBox::getArcBox(start, centre, end, Z, turn);
+        NCBoundingBox const f = measure([&](NCBoundingBox& f) {
+            f.onRapid(start, 0);
+            bool const counterClockwise = (sweep > 0) != aboutMinusZ;
+            Vector3D const n = aboutMinusZ ? -Z : Z;
+            if (counterClockwise)
+                f.onCCWArc(centre, end, n, 100, 0);
+            else
+                f.onCWArc(centre, end, n, 100, 0);
+        });
+        expectNear(f.getTotal(), general, 1e-9 * (1 + r), "arc " + std::to_string(i));
+    }
+}
+
 TEST(NCBoundingBox, SplitsBySectionAndTool)
 {
     RecordingNCStream sink;
