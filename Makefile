@@ -20,6 +20,8 @@ demo: deps build/default/build.ninja
 	head -n 12 build/default/part-3axis.xml
 	$(QUARNNC) info examples/synthetic-mill.nci
 	$(QUARNNC) info examples/bolt-circle.ngc
+	$(QUARNNC) plot examples/part-3axis.nci build/default/part-3axis.svg --view iso
+	@echo "The picture of examples/part-3axis.nci is build/default/part-3axis.svg: open it in a web browser."
 
 test: deps build/default/build.ninja
 	cmake --build --preset default

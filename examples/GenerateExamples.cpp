@@ -6,19 +6,27 @@
 //                                            toolpath as text CLD pocket.cldt, the synthetic
 //                                            NCI toolpath synthetic-mill.nci, the three-axis
 //                                            part as G-code part-3axis.ngc and the hand-style
-//                                            G-code program bolt-circle.ngc in DIR
+//                                            G-code program bolt-circle.ngc in DIR, and
+//                                            pictures of two of them, part-3axis.svg (iso)
+//                                            and bolt-circle.svg (top)
 //   quarn-generate-examples --moves N FILE   a generated program of N moves
 #include "examples/ExampleProgram.h"
 #include "examples/ExampleToolpath.h"
 
+#include "nc/nc/NCBoundingBox.h"
+#include "nc/nc/NCStreamDefaultImpl.h"
+#include "nc/nc/io/CompactNCIReader.h"
 #include "nc/nc/io/CompactNCIWriter.h"
 #include "nc/nc/io/CutterLocationDataWriter.h"
+#include "nc/nc/io/GCodeReader.h"
 #include "nc/nc/io/GCodeWriter.h"
 #include "nc/nc/io/KernelCLDWriter.h"
+#include "nc/nc/io/SVGPlotWriter.h"
 #include "nc/nc/kernelstream/JSONOutputStream.h"
 #include "nc/nc/kernelstream/KernelNCReader.h"
 #include "nc/nc/kernelstream/KernelOutputStream.h"
 #include "util/utility/RuntimeException.h"
+#include "util/utility/io/FileInputStream.h"
 #include "util/utility/io/FileOutputStream.h"
 #include "util/utility/io/MemoryInputStream.h"
 #include "util/utility/io/MemoryOutputStream.h"
@@ -26,6 +34,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -289,6 +298,28 @@ void writeText(std::string const& path, std::string_view text)
     std::printf("wrote %s\n", path.c_str());
 }
 
+// A picture of an example program, as quarnnc plot draws it: its extent first, then the drawing.
+void writePlot(std::string const& path, std::string const& programPath, NCReader& reader, SVGPlotWriter::View view)
+{
+    auto const readInto = [&](NCStream& stream) {
+        FileInputStream program(Unicode::fromUTF8(programPath));
+        reader.setNCStream(&stream);
+        if (!reader.import(&program))
+            throw RuntimeException(L"The plot refused the program.");
+    };
+    NCStreamDefaultImpl sink;
+    NCBoundingBox extent(&sink);
+    readInto(extent);
+    FileOutputStream file(Unicode::fromUTF8(path));
+    SVGPlotWriter plot(&file);
+    plot.setExtent(extent.getTotal(), extent.getUnit());
+    plot.setView(view);
+    plot.setTitle(std::filesystem::path(programPath).filename().string());
+    readInto(plot);
+    file.close();
+    std::printf("wrote %s\n", path.c_str());
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -314,6 +345,10 @@ int main(int argc, char** argv)
         writeSyntheticNCI(first + "/synthetic-mill.nci");
         write<GCodeWriter>(first + "/part-3axis.ngc", Examples::sendThreeAxisPart);
         writeText(first + "/bolt-circle.ngc", BoltCircle);
+        CompactNCIReader compact;
+        writePlot(first + "/part-3axis.svg", first + "/part-3axis.nci", compact, SVGPlotWriter::View::ISO);
+        GCodeReader gcode;
+        writePlot(first + "/bolt-circle.svg", first + "/bolt-circle.ngc", gcode, SVGPlotWriter::View::TOP);
         return 0;
     } catch (RuntimeException const& e) {
         std::fprintf(stderr, "quarn-generate-examples: %s\n", e.what());

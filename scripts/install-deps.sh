@@ -3,7 +3,9 @@
 # exactly which to install. Usage: scripts/install-deps.sh [extra packages...]
 set -euo pipefail
 
-packages=(cmake ninja-build g++ libgtest-dev libbenchmark-dev libxml2-dev libcli11-dev rapidjson-dev pkg-config "$@")
+# librsvg2-bin (rsvg-convert) renders the SVG pictures of the plot tests; only the tests use it.
+packages=(cmake ninja-build g++ libgtest-dev libbenchmark-dev libxml2-dev libcli11-dev rapidjson-dev pkg-config
+  librsvg2-bin "$@")
 # Test-only and never required: LinuxCNC's G-code interpreter (rs274) checks the G-code writer's
 # output, and its test is skipped without it. Installed when the package archive has it; a
 # failure to install it only warns.

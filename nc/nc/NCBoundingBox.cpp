@@ -14,8 +14,10 @@ namespace {
 
 constexpr double Pi = std::numbers::pi;
 constexpr double TwoPi = 2.0 * std::numbers::pi;
-// Radii closer than this (relative) count as equal: the arc is measured as a circle or helix.
-constexpr double ConstantRadiusTolerance = 1e-12;
+// Radii closer than this (relative to the larger) are measured as a circle or helix of the larger
+// radius, widened by their difference: the ends of arcs read from files rarely lie at exactly the
+// same distance from the centre, and the exact spiral measure costs a hundred times more.
+constexpr double NearlyConstantRadius = 1e-3;
 // Heights along the normal below this fraction of the radius count as none: the arc is planar.
 constexpr double PlanarTolerance = 1e-12;
 // The longest piece of a spiral sweep, and the most pieces one spiral is cut into.
@@ -130,7 +132,7 @@ void addSpiralExtremes(NCBoundingBox::Box& box, int axis, double C, double a, do
 }
 
 // The box of a planar circular arc about an axis parallel to z (nz = 1 or -1), in the stream's
-// frame: the common arc of milling programs, measured as addArcBox measures it (below) with
+// frame: the common arc of milling programs, measured as measureArc measures it (below) with
 // u = s / r0 and v = n x u scaled by r0, which onArc allows, and without the general mapping.
 // False, having added nothing, when the arc is not of that kind.
 bool addArcAboutZ(NCBoundingBox::Box& box, Vector3D const& start, Vector3D const& center, Vector3D const& end,
@@ -141,8 +143,8 @@ bool addArcAboutZ(NCBoundingBox::Box& box, Vector3D const& start, Vector3D const
     double const sx = start.x - center.x, sy = start.y - center.y;
     double const ex = end.x - center.x, ey = end.y - center.y;
     double const r0 = std::sqrt(sx * sx + sy * sy), r1 = std::sqrt(ex * ex + ey * ey);
-    if (!(r0 > 0.0) || std::abs(r1 - r0) > ConstantRadiusTolerance * std::max(r0, r1)
-        || std::abs(end.z - start.z) > PlanarTolerance * r0)
+    double const radius = std::max(r0, r1), spread = std::abs(r1 - r0);
+    if (!(r0 > 0.0) || spread > NearlyConstantRadius * radius || std::abs(end.z - start.z) > PlanarTolerance * r0)
         return false;
     Turn turn;
     turn.clockwise = sense < 0;
@@ -154,24 +156,31 @@ bool addArcAboutZ(NCBoundingBox::Box& box, Vector3D const& start, Vector3D const
         turn.s = turn.clockwise ? -across : across;
         turn.whole = turn.c > 0.0 && turn.s >= 0.0 && turn.s <= 1e-12 * turn.c;
     }
-    box.add(start);
-    box.add(end);
-    // Each axis as f(t) = C + A cos t + B sin t with (A, B) = r0 (row . u, row . v).
+    NCBoundingBox::Box own;
+    own.add(start);
+    own.add(end);
+    // Each axis as f(t) = C + A cos t + B sin t with (A, B) = r (row . u, row . v), hypot(a, b) = 1.
     if (onArc(sx, -nz * sy, turn))
-        box.add(0, center.x + r0);
+        own.add(0, center.x + radius);
     if (onArc(-sx, nz * sy, turn))
-        box.add(0, center.x - r0);
+        own.add(0, center.x - radius);
     if (onArc(sy, nz * sx, turn))
-        box.add(1, center.y + r0);
+        own.add(1, center.y + radius);
     if (onArc(-sy, -nz * sx, turn))
-        box.add(1, center.y - r0);
+        own.add(1, center.y - radius);
+    for (int axis = 0; axis < 2; ++axis) {
+        own.lower[axis] -= spread;
+        own.upper[axis] += spread;
+    }
+    box.add(own);
     return true;
 }
 
-// The box of the arc mapped by q = linear p + offset, added to box. n is a unit vector; sense > 0
-// turns counter-clockwise from start to end, < 0 clockwise (a start equal to the end is a full
-// turn either way), 0 by sweep; a circle is one full turn the way of sense.
-void addArcBox(NCBoundingBox::Box& box, Matrix3x3 const& linear, Vector3D const& offset, Vector3D const& start,
+// The box of the arc mapped by q = linear p + offset, added to box, which holds nothing else (a
+// nearly constant radius widens it). n is a unit vector; sense > 0 turns counter-clockwise from
+// start to end, < 0 clockwise (a start equal to the end is a full turn either way), 0 by sweep; a
+// circle is one full turn the way of sense.
+void measureArc(NCBoundingBox::Box& box, Matrix3x3 const& linear, Vector3D const& offset, Vector3D const& start,
     Vector3D const& center, Vector3D const& end, Vector3D const& n, int sense, double sweep, bool circle) noexcept
 {
     box.add(linear * start + offset);
@@ -209,7 +218,8 @@ void addArcBox(NCBoundingBox::Box& box, Matrix3x3 const& linear, Vector3D const&
         turn.s = turn.clockwise ? -std::sin(sweep) : std::sin(sweep);
         known = true;
     }
-    bool const constant = std::abs(r1 - r0) <= ConstantRadiusTolerance * std::max(r0, r1);
+    double const radius = std::max(r0, r1), spread = std::abs(r1 - r0);
+    bool const constant = spread <= NearlyConstantRadius * radius;
     bool const planar = std::abs(height) <= PlanarTolerance * r0;
     if (!known && !(constant && planar)) {
         double angle = std::atan2(turn.s, turn.c);
@@ -221,24 +231,39 @@ void addArcBox(NCBoundingBox::Box& box, Matrix3x3 const& linear, Vector3D const&
         Vector3D const row(linear(axis, 0), linear(axis, 1), linear(axis, 2));
         double const C = row.dot(level) + offset[axis], a = row.dot(u), b = row.dot(v);
         if (constant && planar) {
-            addPlanarExtremes(box, axis, C, r0 * a, r0 * b, turn);
-            continue;
+            addPlanarExtremes(box, axis, C, radius * a, radius * b, turn);
+        } else {
+            double const k = row.dot(n) * height / sweep;
+            if (constant && k == 0.0)
+                addPlanarExtremes(box, axis, C, radius * a, radius * b, turn);
+            else if (constant)
+                addHelixExtremes(box, axis, C, radius * a, radius * b, k, sweep);
+            else
+                addSpiralExtremes(box, axis, C, a, b, k, r0, r1, sweep);
+            // The end of the path by the sweep, which a given sweep may place off the given end.
+            if (constant && sense == 0)
+                box.add(axis, C + radius * (a * std::cos(sweep) + b * std::sin(sweep)) + k * sweep);
         }
-        double const k = row.dot(n) * height / sweep;
-        if (constant && k == 0.0)
-            addPlanarExtremes(box, axis, C, r0 * a, r0 * b, turn);
-        else if (constant)
-            addHelixExtremes(box, axis, C, r0 * a, r0 * b, k, sweep);
-        else
-            addSpiralExtremes(box, axis, C, a, b, k, r0, r1, sweep);
-        // The end of the path by the sweep, which a given sweep may place off the given end.
-        if (constant && sense == 0)
-            box.add(axis, C + r0 * (a * std::cos(sweep) + b * std::sin(sweep)) + k * sweep);
+        // A circle of the larger radius leaves the path by at most the spread along the axis.
+        if (constant && spread > 0.0) {
+            double const margin = spread * std::sqrt(a * a + b * b);
+            box.lower[axis] -= margin;
+            box.upper[axis] += margin;
+        }
     }
     if (constant && planar && sense == 0) {
-        Vector3D const last = level + (u * std::cos(sweep) + v * std::sin(sweep)) * r0;
+        Vector3D const last = level + (u * std::cos(sweep) + v * std::sin(sweep)) * radius;
         box.add(linear * last + offset);
     }
+}
+
+// The box of the arc, as measureArc measures it, added to box.
+void addArcBox(NCBoundingBox::Box& box, Matrix3x3 const& linear, Vector3D const& offset, Vector3D const& start,
+    Vector3D const& center, Vector3D const& end, Vector3D const& n, int sense, double sweep, bool circle) noexcept
+{
+    NCBoundingBox::Box own;
+    measureArc(own, linear, offset, start, center, end, n, sense, sweep, circle);
+    box.add(own);
 }
 
 } // namespace

@@ -28,14 +28,18 @@ namespace Quarn {
 //       P(t) = L + r(t) (u cos t + v sin t) + n H t / w, r(t) = r0 + (r1 - r0) t / w, t in [0, w].
 //   Each output coordinate i is then f(t) = C + r(t) (a cos t + b sin t) + k t with a = m_i . u,
 //   b = m_i . v, k = (m_i . n) H / w, m_i the row i of the linear part of the output map.
-//   For a constant radius (|r1 - r0| <= 1e-12 max(r0, r1): circles and helices in any plane, of
-//   any number of turns) the extremes are exact: with k = 0 (planar arcs: |H| <= 1e-12 r0) they
-//   are C +- R where the direction (a, b) or -(a, b) lies on the arc, tested by signs of cross
-//   and dot products with the end's direction, without trigonometry; otherwise
-//   f'(t) = 0 gives sin(t - phi) = k / R with R = r0 hypot(a, b), phi = atan2(b, a); of each of
+//   For a constant radius (circles and helices in any plane, of any number of turns) the
+//   extremes are exact: with k = 0 (planar arcs: |H| <= 1e-12 r0) they are C +- R where the
+//   direction (a, b) or -(a, b) lies on the arc, tested by signs of cross and dot products with
+//   the end's direction, without trigonometry; otherwise
+//   f'(t) = 0 gives sin(t - phi) = k / R with R = r hypot(a, b), phi = atan2(b, a); of each of
 //   the two families t + 2 pi m the first and the last inside the sweep are the only candidates
 //   (f(t + 2 pi) = f(t) + 2 pi k is monotonic in m), so sweeps of many turns cost no more.
-//   For spirals (r0 != r1) the bound is conservative: the sweep is cut into pieces of at most
+//   Radii that differ by s = |r1 - r0| <= 1e-3 max(r0, r1), as the rounded ends and centres of
+//   arcs in files do, are measured as that circle or helix of radius r = max(r0, r1), each axis
+//   widened by s hypot(a, b) on both sides: the box holds the path and exceeds its exact box by
+//   at most 2 s along an axis.
+//   For spirals (larger differences) the bound is conservative: the sweep is cut into pieces of at most
 //   pi / 32, the stationary points where f' changes sign are located by bisection, and a piece
 //   where f' could touch zero without changing sign (|f'| <= M2 d at both ends, d its length,
 //   M2 = hypot(a, b) (2 |r1 - r0| / |w| + max(r0, r1)) + 0 bounding |f''|) is widened by

@@ -315,6 +315,60 @@ TEST(NCBoundingBox, ArcsAboutZAgreeWithTheGeneralMeasure)
     }
 }
 
+// Arcs read from files have ends a rounding apart in radius: measured as circles of the larger
+// radius, widened by the difference, they hold the path and exceed it by at most twice that.
+TEST(NCBoundingBox, ArcsOfNearlyConstantRadiusHoldThePathWithinTheirSpread)
+{
+    // Ending just short of +x with a shrinking radius, the path bulges past its end along x: only
+    // the widening holds it.
+    {
+        Vector3D const start(0, -10.01, 0), end(10 * std::cos(-1e-5), 10 * std::sin(-1e-5), 0);
+        NCBoundingBox const f = measure([&](NCBoundingBox& f) {
+            f.onRapid(start, 0);
+            f.onCCWArc({0, 0, 0}, end, Z, 100, 0);
+        });
+        Box sampled;
+        for (int k = 0; k <= 20000; ++k)
+            sampled.add(pointOnArc(start, {0, 0, 0}, Z, Pi / 2 - 1e-5, end, k / 20000.0));
+        EXPECT_GT(sampled.upper.x, end.x + 1e-6);
+        EXPECT_GE(f.getTotal().upper.x, sampled.upper.x);
+    }
+    std::mt19937_64 random(5318008);
+    std::uniform_real_distribution<double> unit(-1.0, 1.0);
+    int const samples = 20000;
+    for (int i = 0; i < 200; ++i) {
+        Vector3D const n = i % 2 == 0 ? Z : Vector3D(unit(random), unit(random), unit(random)).getNormalized();
+        Vector3D radial = Vector3D(unit(random), unit(random), unit(random));
+        radial -= n * radial.dot(n);
+        Vector3D const centre(50 * unit(random), 50 * unit(random), 5 * unit(random));
+        double const r = 0.5 + 20 * std::abs(unit(random));
+        double const endRadius = r * (1.0 + 9e-4 * unit(random));
+        double const sweep = 2.0 * Pi * unit(random);
+        double const height = i % 3 == 0 ? 5 * unit(random) : 0.0;
+        Vector3D const start = centre + radial.getNormalized() * r;
+        Vector3D const end = centre + rotate(radial.getNormalized(), n, sweep) * endRadius + n * height;
+        NCBoundingBox const f = measure([&](NCBoundingBox& f) {
+            f.onRapid(start, 0);
+            if (sweep > 0)
+                f.onCCWArc(centre, end, n, 100, 0);
+            else
+                f.onCWArc(centre, end, n, 100, 0);
+        });
+        Box sampled;
+        for (int k = 0; k <= samples; ++k)
+            sampled.add(pointOnArc(start, centre, n, sweep, end, double(k) / samples));
+        double const spread = std::abs(endRadius - r);
+        double const slack = 1e-9 + r * (sweep / samples) * (sweep / samples);
+        std::string const what = "arc " + std::to_string(i);
+        for (int a = 0; a < 3; ++a) {
+            EXPECT_LE(f.getTotal().lower[a], sampled.lower[a] + 1e-9) << what;
+            EXPECT_GE(f.getTotal().upper[a], sampled.upper[a] - 1e-9) << what;
+            EXPECT_GE(f.getTotal().lower[a], sampled.lower[a] - 2 * spread - slack) << what;
+            EXPECT_LE(f.getTotal().upper[a], sampled.upper[a] + 2 * spread + slack) << what;
+        }
+    }
+}
+
 TEST(NCBoundingBox, SplitsBySectionAndTool)
 {
     RecordingNCStream sink;

@@ -22,6 +22,7 @@ int main(int argc, char** argv)
     addTransformCommand(app, invocation);
     addRangesCommand(app, invocation);
     addLogCommand(app, invocation);
+    addPlotCommand(app, invocation);
 
     try {
         app.parse(argc, argv);
