@@ -18,6 +18,8 @@ namespace {
 constexpr double TwoPi = 2.0 * std::numbers::pi;
 // Steps of the polyline that measures a Bezier curve.
 constexpr int BezierSteps = 32;
+// Radii closer than this (relative) are measured at their mean, as spiralLength says.
+constexpr double NearlyConstantRadius = 1e-3;
 // The sweep argument of arc that says: take the sweep from the ends.
 constexpr double NoSweep = std::numeric_limits<double>::quiet_NaN();
 
@@ -49,6 +51,12 @@ double spiralLength(double r0, double r1, double theta, double h) noexcept
     if (std::fabs(d) <= 1e-12 * std::max({1.0, r0, r1})) {
         double const r = 0.5 * (r0 + r1);
         return h == 0.0 ? r * theta : std::hypot(r * theta, h);
+    }
+    // Radii within 0.1% (the rounding of arcs in files): the integrand at the mean radius, which the
+    // integral exceeds by less than (d / r)^2 / 24 of itself (Jensen), 4.2e-8 at most.
+    if (std::fabs(d) <= NearlyConstantRadius * std::max(r0, r1)) {
+        double const length = 0.5 * (r0 + r1) * theta;
+        return std::sqrt(length * length + d * d + h * h);
     }
     double const k = d * d + h * h;
     if (theta == 0.0)

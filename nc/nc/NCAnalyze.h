@@ -40,7 +40,9 @@ namespace Quarn {
 //                   r0 = r1 = r: sqrt((r θ)^2 + h^2), a helix (h = 0: the plain arc r θ).
 //                   r0 != r1: the spiral whose radius and height change evenly with the angle, integrated
 //                   exactly: ∫ sqrt((r(t) θ)^2 + (r1 - r0)^2 + h^2) dt over t in [0, 1], r(t) = r0 +
-//                   (r1 - r0) t.
+//                   (r1 - r0) t. Radii within 0.1% of each other (the rounding of arcs in files) take the
+//                   integrand at the mean radius, sqrt((θ (r0 + r1) / 2)^2 + (r1 - r0)^2 + h^2), short of the
+//                   integral by less than ((r1 - r0) / r0)^2 / 24 of it (at most 4.2e-8).
 //                   θ: onCircular its |sweep|; onCWCircle / onCCWCircle 2π; onCWArc / onCCWArc the angle
 //                   from start to end about n in the arc's sense, in (0, 2π], an arc whose ends lie on one
 //                   ray from the centre being a full turn (as the G-code writer reads it).

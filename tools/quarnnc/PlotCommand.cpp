@@ -53,7 +53,7 @@ int plot(PlotArguments const& arguments, RunOptions const& options)
 
     SVGPlotWriter::Counts const& counts = writer.getCounts();
     std::cout << "wrote " << arguments.output << ": " << counts.moves << " moves as " << counts.points
-              << " points in " << counts.paths << " paths (" << counts.merged << " within half a pixel merged, "
+              << " points in " << counts.paths << " paths (" << counts.merged << " merged into lines, "
               << counts.arcs << " exact arcs)\n";
     if (counts.approximated != 0)
         std::cout << "drawn as straight pieces: " << counts.approximated

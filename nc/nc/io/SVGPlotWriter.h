@@ -103,7 +103,7 @@ public:
     struct Counts {
         std::uint64_t moves = 0; // moves received, of every kind
         std::uint64_t points = 0; // points written into path elements
-        std::uint64_t merged = 0; // points closer than half a pixel, not written
+        std::uint64_t merged = 0; // points merged into a line (see above), not written
         std::uint64_t arcs = 0; // moves drawn as exact SVG arcs
         std::uint64_t approximated = 0; // curves drawn as straight pieces (see above)
         std::uint64_t paths = 0; // path elements
