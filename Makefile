@@ -44,8 +44,10 @@ fuzz: deps
 	cmake --build --preset fuzz
 
 bench: deps build/default/build.ninja
-	cmake --build --preset default --target benchmarks
+	cmake --build --preset default --target benchmarks quarnnc-python quarn-generate-examples
 	bench/run.sh build/default/bench
+	PYTHONPATH=build/default/python /usr/bin/python3 python/bench/iter_moves_bench.py \
+		--generator build/default/examples/quarn-generate-examples
 
 clean:
 	rm -rf build

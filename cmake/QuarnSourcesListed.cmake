@@ -2,6 +2,9 @@
 # by some target (cmake/CheckSourcesListed.cmake), so a file added to the tree but not to a list
 # is reported instead of silently left out of the build, the tests or the installed headers.
 set(quarn_listed_roots util nc tools tests examples)
+if(TARGET quarnnc-python)
+  list(APPEND quarn_listed_roots python)
+endif()
 if(QUARNNC10_BENCH)
   list(APPEND quarn_listed_roots bench)
 endif()

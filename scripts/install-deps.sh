@@ -4,8 +4,10 @@
 set -euo pipefail
 
 # librsvg2-bin (rsvg-convert) renders the SVG pictures of the plot tests; only the tests use it.
+# The Python module: python3-dev and pybind11-dev build it, python3-numpy and python3-pytest run
+# it and its tests.
 packages=(cmake ninja-build g++ libgtest-dev libbenchmark-dev libxml2-dev libcli11-dev rapidjson-dev pkg-config
-  librsvg2-bin "$@")
+  librsvg2-bin python3-dev pybind11-dev python3-numpy python3-pytest "$@")
 # Test-only and never required: LinuxCNC's G-code interpreter (rs274) checks the G-code writer's
 # output, and its test is skipped without it. Installed when the package archive has it; a
 # failure to install it only warns.

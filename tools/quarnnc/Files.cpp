@@ -65,7 +65,7 @@ bool replay(Format const& format, std::string const& path, NCStream& chain, RunO
         std::optional<std::uint64_t> line;
         if (e.getLine())
             line = *e.getLine();
-        throw ToolError(ExitDataError, path, narrow(e.getMessage()), line);
+        throw ToolError(ExitDataError, path, narrow(e.getMessage()), line, ToolError::Position::Line);
     }
 }
 

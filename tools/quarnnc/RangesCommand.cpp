@@ -1,5 +1,6 @@
 // quarnnc ranges FILE: the A, B and C axis ranges of the five-axis moves, per section and in total.
 #include "tools/quarnnc/Commands.h"
+#include "tools/quarnnc/ToolAxisStop.h"
 #include "tools/quarnnc/ToolError.h"
 
 #include "nc/nc/FilterNCStream.h"
@@ -12,50 +13,6 @@
 namespace Quarn::Tool {
 
 namespace {
-
-// Stops the program at the first five-axis move whose direction is a tool axis: one with
-// FLAG_ABSOLUTE_DIRECTION, one in the four-vector form (z, x, n), or one under a context that
-// declares its directions vectors. Only a context of unchecked directions (MULTI_AXIS_UNCHECKED)
-// lets directions pass as axis values; before any context the flag alone decides.
-class ToolAxisStop final : public FilterNCStream {
-public:
-    using FilterNCStream::FilterNCStream;
-
-    bool sawToolAxis() const noexcept { return toolAxis; }
-
-    bool onContext(NCContext const& context) override
-    {
-        vectors = context.getMultiAxisMode() != NCContext::MULTI_AXIS_UNCHECKED;
-        return next->onContext(context);
-    }
-    bool onRapid5D(Vector3D const&, Vector3D const&, Vector3D const&, Vector3D const&, unsigned int) override
-    {
-        return stop();
-    }
-    bool onRapid5D(Vector3D const& end, Vector3D const& direction, unsigned int flags) override
-    {
-        return holdsAxisValues(flags) && next->onRapid5D(end, direction, flags);
-    }
-    bool onLinear5D(Vector3D const&, Vector3D const&, Vector3D const&, Vector3D const&, double, unsigned int) override
-    {
-        return stop();
-    }
-    bool onLinear5D(Vector3D const& end, Vector3D const& direction, double feedrate, unsigned int flags) override
-    {
-        return holdsAxisValues(flags) && next->onLinear5D(end, direction, feedrate, flags);
-    }
-
-private:
-    bool holdsAxisValues(unsigned int flags) { return (!vectors && (flags & FLAG_ABSOLUTE_DIRECTION) == 0) || stop(); }
-    bool stop()
-    {
-        toolAxis = true;
-        return false;
-    }
-
-    bool vectors = false;
-    bool toolAxis = false;
-};
 
 void printRanges(std::ostream& out, std::string const& label, NCABCInputRange::ABC const& ranges, Format const& format)
 {

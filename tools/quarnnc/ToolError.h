@@ -22,15 +22,21 @@ enum ExitStatus : int {
 
 class ToolError : public std::runtime_error {
 public:
-    ToolError(
-        ExitStatus status, std::string file, std::string message, std::optional<std::uint64_t> position = std::nullopt)
-        : std::runtime_error(message), status(status), file(std::move(file)), position(position)
+    // What a position counts: the lines of a text, or the bytes of a file.
+    enum class Position { Line, Offset };
+
+    ToolError(ExitStatus status, std::string file, std::string message,
+        std::optional<std::uint64_t> position = std::nullopt, Position kind = Position::Offset)
+        : std::runtime_error(message), status(status), file(std::move(file)), position(position), kind(kind)
     {
     }
 
     ExitStatus getStatus() const noexcept { return status; }
     // The file the failure concerns; "" for one of the command line.
     std::string const& getFile() const noexcept { return file; }
+    // Where in the file, if known, and whether it is a line or a byte offset.
+    std::optional<std::uint64_t> getPosition() const noexcept { return position; }
+    Position getPositionKind() const noexcept { return kind; }
     // "FILE:POSITION: message", "FILE: message" or the message alone.
     std::string describe() const
     {
@@ -44,6 +50,7 @@ private:
     ExitStatus status;
     std::string file;
     std::optional<std::uint64_t> position;
+    Position kind;
 };
 
 } // namespace Quarn::Tool

@@ -1,45 +1,18 @@
 // The shared body of the commands that write a program: reader, filters, writer.
 #include "tools/quarnnc/Commands.h"
+#include "tools/quarnnc/OutputGuard.h"
 #include "tools/quarnnc/ToolError.h"
 
 #include "nc/nc/NCEvent.h"
-#include "util/utility/IOException.h"
-#include "util/utility/text/Unicode.h"
 
 #include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <optional>
-#include <unistd.h>
 
 namespace Quarn::Tool {
 
 namespace {
-
-// Runs a step of the output (making the writer, an event, finishing) with its IOException turned
-// into ToolError 74 naming the output file.
-template <class Step> auto guardOutput(std::string const& path, Step const& step)
-{
-    try {
-        return step();
-    } catch (IOException const& e) {
-        throw ToolError(ExitIOError, path, Unicode::toUTF8(e.getMessage()));
-    }
-}
-
-// Stands in front of the writer so that its IOException, which would otherwise travel back
-// through the reader and pass for a fault of the input, names the output instead.
-class OutputErrors final : public NCStream {
-public:
-    OutputErrors(std::string const& path, NCStream& writer) : path(path), writer(writer) { }
-
-    using NCStream::onParameter;
-#include "nc/nc/NCEventOverrides.inc"
-
-private:
-    std::string const& path;
-    NCStream& writer;
-};
 
 // Ends the tool with status 64 when an option is given for a format whose writer cannot honour it.
 void refuseOptionsNotHonoured(Format const& format, WriterOptions const& options)
@@ -60,58 +33,6 @@ void refuseOptionsNotHonoured(Format const& format, WriterOptions const& options
                 ExitUsage, "", std::string(g.name) + " is not supported for " + std::string(format.name) + " output.");
 }
 
-// The file an output that replaces its input is written to first: beside the input (so that the
-// rename stays on one file system), hidden, and named after the process. The input is the file
-// itself when its path is a symbolic link, so that the link stays a link.
-class Replacement {
-public:
-    explicit Replacement(std::string const& output)
-    {
-        std::error_code error;
-        std::filesystem::path resolved = std::filesystem::canonical(output, error);
-        target = error ? std::filesystem::path(output) : resolved;
-        temporary = target.parent_path()
-            / ("." + target.filename().string() + ".quarnnc-" + std::to_string(::getpid()) + ".tmp");
-    }
-    Replacement(Replacement const&) = delete;
-    Replacement& operator=(Replacement const&) = delete;
-    // A replacement that was not committed leaves the input as it was.
-    ~Replacement()
-    {
-        if (!committed) {
-            std::error_code ignored;
-            std::filesystem::remove(temporary, ignored);
-        }
-    }
-
-    std::string path() const { return temporary.string(); }
-
-    // Puts the complete output in the input's place, with the input's permissions.
-    void commit(std::string const& output)
-    {
-        std::error_code error;
-        std::filesystem::file_status const status = std::filesystem::status(target, error);
-        if (!error)
-            std::filesystem::permissions(temporary, status.permissions(), error);
-        std::filesystem::rename(temporary, target, error);
-        if (error)
-            throw ToolError(ExitIOError, output, "Cannot replace the file.");
-        committed = true;
-    }
-
-private:
-    std::filesystem::path target;
-    std::filesystem::path temporary;
-    bool committed = false;
-};
-
-#define QUARN_NC_EVENT(name, parameters, arguments)                                                                    \
-    bool OutputErrors::name parameters                                                                                 \
-    {                                                                                                                  \
-        return guardOutput(path, [&] { return writer.name arguments; });                                               \
-    }
-#include "nc/nc/NCEvents.def"
-
 } // namespace
 
 int writeThrough(std::string const& input, std::string const& output, Format const& outputFormat,
@@ -131,10 +52,10 @@ int writeThrough(std::string const& input, std::string const& output, Format con
     std::unique_ptr<OutputSink> sink;
     bool completed = false;
     try {
-        sink = guardOutput(output, [&] { return outputFormat.makeWriter(written, writerOptions); });
-        OutputErrors writer(output, sink->stream());
+        sink = guardOutput(output, written, [&] { return outputFormat.makeWriter(written, writerOptions); });
+        OutputErrors writer(output, written, sink->stream());
         completed = replay(inputFormat, input, head(writer), options);
-        guardOutput(output, [&] { sink->finish(); });
+        guardOutput(output, written, [&] { sink->finish(); });
     } catch (ToolError const& e) {
         // The output's failures name the file the user gave, not the one written aside.
         if (replacement && e.getFile() == written)
