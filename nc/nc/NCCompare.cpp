@@ -1,0 +1,472 @@
+// The walk along two programs' paths, and the threads that replay them.
+#include "nc/nc/NCCompare.h"
+
+#include "nc/nc/ExpandCyclesNCStream.h"
+#include "nc/nc/NCComparePath.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <stdexcept>
+#include <thread>
+
+namespace Quarn {
+
+using ComparePath::Channel;
+using ComparePath::FeedKind;
+using ComparePath::Piece;
+
+namespace {
+
+// How far ahead the walk looks for the place where two paths meet again, in pieces.
+constexpr std::size_t Lookahead = 256;
+// Feeds and spindle speeds are equal within this fraction of the larger.
+constexpr double RelativeValueTolerance = 1e-3;
+
+// One program's pieces as the walk reads them: the current piece, the one before it, and a look
+// ahead into the next chunk. Pointers to pieces hold until the next advance.
+class Cursor {
+public:
+    explicit Cursor(Channel& channel) : channel(channel) { }
+
+    // Loads the first piece; false for a path without one.
+    bool start()
+    {
+        ended = !channel.pop(chunk) || chunk.empty();
+        return !ended;
+    }
+    Piece const* current() const noexcept { return ended ? nullptr : &chunk[index]; }
+    Piece const* previous() const noexcept { return hasLast ? &last : nullptr; }
+    // The piece k places after the current one (k >= 1, at most a chunk on), or null.
+    Piece const* ahead(std::size_t k)
+    {
+        if (ended)
+            return nullptr;
+        if (index + k < chunk.size())
+            return &chunk[index + k];
+        if (!loadFollowing())
+            return nullptr;
+        std::size_t const j = index + k - chunk.size();
+        return j < following.size() ? &following[j] : nullptr;
+    }
+    void advance()
+    {
+        last = chunk[index];
+        hasLast = true;
+        t = 0.0;
+        if (++index < chunk.size())
+            return;
+        index = 0;
+        if (loadFollowing()) {
+            std::swap(chunk, following);
+            followingLoaded = false;
+            return;
+        }
+        ended = true;
+    }
+
+    // Where the walk is on the current piece.
+    double t = 0.0;
+    std::uint64_t vertices = 0;
+
+private:
+    bool loadFollowing()
+    {
+        if (!followingLoaded) {
+            followingLoaded = true;
+            followingValid = !followingEnded && channel.pop(following) && !following.empty();
+            followingEnded = !followingValid;
+        }
+        return followingValid;
+    }
+
+    Channel& channel;
+    Channel::Chunk chunk;
+    Channel::Chunk following;
+    std::size_t index = 0;
+    Piece last;
+    bool hasLast = false;
+    bool ended = true;
+    bool followingLoaded = false;
+    bool followingValid = false;
+    bool followingEnded = false;
+};
+
+// Where a point of one path lies on the other: the piece (k places after the current; -1 the one
+// before it), the parameter on it, the point and the distance.
+struct Match {
+    std::ptrdiff_t k = 0;
+    double t = 0.0;
+    Vector3D point;
+    double distance = std::numeric_limits<double>::infinity();
+};
+
+// Counts runs of consecutive differences.
+struct Run {
+    bool open = false;
+    // Whether this is the first of a run.
+    bool enter(bool differs) noexcept
+    {
+        bool const first = differs && !open;
+        open = differs;
+        return first;
+    }
+};
+
+bool sameValue(double a, double b) noexcept
+{
+    return a == b || std::abs(a - b) <= RelativeValueTolerance * std::max(std::abs(a), std::abs(b));
+}
+
+bool sameFeed(Piece const& a, Piece const& b) noexcept
+{
+    if (a.feedKind != b.feedKind)
+        return false;
+    return a.feedKind == FeedKind::Rapid || sameValue(a.feed, b.feed);
+}
+
+class Walker {
+public:
+    Walker(NCCompare::Options const& options, Channel& channelA, Channel& channelB, NCCompare::Result& result)
+        : options(options), a(channelA), b(channelB), result(result)
+    {
+        // Arcs facing another curve are measured at steps whose chord is within a tenth of the tolerance.
+        sampling = options.tolerance / 10.0;
+    }
+
+    void run()
+    {
+        bool const hasA = a.start(), hasB = b.start();
+        if (hasA != hasB) {
+            // One program has a path, the other none: nothing to measure, and they do not agree.
+            result.path.partings = 1;
+            return;
+        }
+        while (a.current() != nullptr || b.current() != nullptr) {
+            double const nextA = nextVertex(a, b), nextB = nextVertex(b, a);
+            if (b.current() == nullptr || (a.current() != nullptr && remaining(a, nextA) <= remaining(b, nextB)))
+                measure(a, b, nextA, true);
+            else
+                measure(b, a, nextB, false);
+        }
+        result.verticesA = a.vertices;
+        result.verticesB = b.vertices;
+    }
+
+private:
+    // The piece of y the walk is on, or its last piece once it ended.
+    static Piece const* here(Cursor& y) noexcept { return y.current() != nullptr ? y.current() : y.previous(); }
+
+    // Whether two arcs are one curve, so that measuring at their ends is exact: arcs of one circle
+    // (split anywhere), or the same piece of a helix or spiral.
+    bool sameCurve(Piece const& p, Piece const& q) const noexcept
+    {
+        if (!p.isArc() || !q.isArc())
+            return false;
+        double const close = sampling;
+        if (p.normal.cross(q.normal).getModulus() > 1e-9 || (q.centre - p.centre).getModulus() > close)
+            return false;
+        bool const circle = std::abs(p.rise) <= close && std::abs(q.rise) <= close && std::abs(p.r0 - p.r1) <= close
+            && std::abs(q.r0 - q.r1) <= close && std::abs(p.r0 - q.r0) <= close;
+        return circle
+            || ((p.start - q.start).getModulus() <= close && (p.end - q.end).getModulus() <= close
+                && std::abs(p.sweep - q.sweep) <= 1e-9 && std::abs(p.rise - q.rise) <= close
+                && std::abs(p.r0 - q.r0) <= close && std::abs(p.r1 - q.r1) <= close);
+    }
+
+    // The parameter of the next vertex of x: the end of its piece, or the next step along an arc
+    // that the other path does not follow as the same arc.
+    double nextVertex(Cursor& x, Cursor& y) const
+    {
+        Piece const* piece = x.current();
+        if (piece == nullptr || !piece->isArc())
+            return 1.0;
+        Piece const* other = here(y);
+        if (other != nullptr && sameCurve(*piece, *other))
+            return 1.0;
+        double const radius = std::max(piece->r0, piece->r1);
+        if (radius <= sampling)
+            return 1.0;
+        double const angle = 2.0 * std::acos(1.0 - sampling / radius);
+        return std::min(1.0, x.t + angle / std::abs(piece->sweep));
+    }
+
+    static double remaining(Cursor& x, double next) noexcept
+    {
+        Piece const* piece = x.current();
+        return piece == nullptr ? std::numeric_limits<double>::infinity() : (next - x.t) * piece->length;
+    }
+
+    // The nearest point to p on y near where the walk is on it: the piece before (when the walk is
+    // at the start of the current one), the rest of the current one, and the next one when p lies
+    // beyond the current one's end.
+    static Match match(Cursor& y, Vector3D const& p)
+    {
+        Match best;
+        auto consider = [&](Piece const& piece, std::ptrdiff_t k, double from) {
+            double t = piece.project(p, from);
+            Vector3D point = piece.pointAt(t);
+            double distance = (p - point).getModulus();
+            // An end itself when it is as near: a vertex met exactly measures 0, not the rounding of the angle.
+            if (double const toEnd = (p - piece.end).getModulus(); toEnd <= distance) {
+                t = 1.0;
+                point = piece.end;
+                distance = toEnd;
+            } else if (double const toStart = (p - piece.start).getModulus(); from == 0.0 && toStart <= distance) {
+                t = 0.0;
+                point = piece.start;
+                distance = toStart;
+            }
+            if (distance < best.distance)
+                best = {k, t, point, distance};
+        };
+        Piece const* current = y.current();
+        if (current == nullptr) {
+            Piece const& last = *y.previous();
+            best = {-1, 1.0, last.end, (p - last.end).getModulus()};
+            return best;
+        }
+        consider(*current, 0, y.t);
+        if (y.t == 0.0 && y.previous() != nullptr)
+            consider(*y.previous(), -1, 0.0);
+        if (best.k == 0 && best.t >= 1.0)
+            if (Piece const* next = y.ahead(1))
+                consider(*next, 1, 0.0);
+        return best;
+    }
+
+    // A place on y further ahead within the tolerance of p, where two paths that parted meet again.
+    std::optional<Match> findReunion(Cursor& y, Vector3D const& p)
+    {
+        for (std::size_t k = 1; k <= Lookahead; ++k) {
+            Piece const* piece = y.ahead(k);
+            if (piece == nullptr)
+                break;
+            double const t = piece->project(p);
+            Vector3D const point = piece->pointAt(t);
+            double const distance = (p - point).getModulus();
+            if (distance <= options.tolerance)
+                return Match {static_cast<std::ptrdiff_t>(k), t, point, distance};
+        }
+        return std::nullopt;
+    }
+
+    // Measures the vertex of x at parameter next against y and moves the walk on to it.
+    void measure(Cursor& x, Cursor& y, double next, bool xIsA)
+    {
+        Piece const& own = *x.current();
+        double const from = x.t;
+        Vector3D const p = own.pointAt(next);
+        Match m = match(y, p);
+        if (m.distance > options.tolerance && searchDue()) {
+            if (std::optional<Match> const reunion = findReunion(y, p)) {
+                m = *reunion;
+                ++reunions;
+            }
+        }
+        // The vertices of y the walk passes are measured against the part of x's path just walked.
+        while (m.k > 0) {
+            Piece const& passed = *y.current();
+            double const t = std::min(own.project(passed.end, from), next);
+            record(!xIsA, passed, 1.0, passed.end, own, t, own.pointAt(t));
+            ++y.vertices;
+            y.advance();
+            --m.k;
+        }
+        Piece const* other = m.k < 0 ? y.previous() : y.current();
+        if (other == nullptr)
+            other = y.previous();
+        // Values are those of the piece that leads to the matched point.
+        Piece const* leading = other;
+        if (m.k == 0 && m.t <= 0.0 && y.previous() != nullptr)
+            leading = y.previous();
+        record(xIsA, own, next, p, *other, m.t, m.point, leading);
+        if (m.k == 0 && y.current() != nullptr)
+            y.t = std::max(y.t, m.t);
+        x.t = next;
+        ++x.vertices;
+        if (next >= 1.0)
+            x.advance();
+    }
+
+    // Searching for a reunion at every vertex of a long parting would cost the look ahead each
+    // time: within a parting run it is done at its 1st, 2nd, 4th, 8th... vertex.
+    bool searchDue() noexcept
+    {
+        ++partedVertices;
+        return (partedVertices & (partedVertices - 1)) == 0;
+    }
+
+    void record(bool xIsA, Piece const& own, double t, Vector3D const& p, Piece const& other, double otherT,
+        Vector3D const& onOther)
+    {
+        record(xIsA, own, t, p, other, otherT, onOther, &other);
+    }
+
+    void record(bool xIsA, Piece const& own, double t, Vector3D const& p, Piece const& other, double otherT,
+        Vector3D const& onOther, Piece const* leading)
+    {
+        NCCompare::Place place;
+        place.deviation = (p - onOther).getModulus();
+        place.pointA = xIsA ? p : onOther;
+        place.pointB = xIsA ? onOther : p;
+        place.a = xIsA ? own.location : leading->location;
+        place.b = xIsA ? leading->location : own.location;
+        bool const parted = place.deviation > options.tolerance;
+        bool const rejoined = pathRun.open && !parted;
+        if (!parted)
+            partedVertices = 0;
+        note(result.path, pathRun, place, parted);
+        // Where the paths part, and where they meet again, the pieces matched are not the same move:
+        // their axes and values say nothing.
+        if (parted || rejoined)
+            return;
+
+        Vector3D const axisX = own.axisAt(t), axisY = other.axisAt(otherT);
+        if (axisX.isFinite() && axisY.isFinite()) {
+            NCCompare::Place angle = place;
+            angle.deviation = axisX == axisY
+                ? 0.0
+                : std::atan2(axisX.cross(axisY).getModulus(), axisX.dot(axisY)) * (180.0 / std::numbers::pi);
+            note(result.axis, axisRun, angle, angle.deviation > options.axisTolerance);
+        }
+
+        Piece const& pieceA = xIsA ? own : *leading;
+        Piece const& pieceB = xIsA ? *leading : own;
+        if (options.compareFeeds)
+            differ(result.feeds, feedRun, place, !sameFeed(pieceA, pieceB), pieceA.feed, pieceB.feed);
+        if (options.compareSpindle)
+            differ(result.spindle, spindleRun, place, !sameValue(pieceA.spindle, pieceB.spindle), pieceA.spindle,
+                pieceB.spindle);
+        if (options.compareTools) {
+            bool const differs = pieceA.hasTool != pieceB.hasTool || pieceA.tool != pieceB.tool;
+            differ(result.tools, toolRun, place, differs, pieceA.hasTool ? pieceA.tool : std::nan(""),
+                pieceB.hasTool ? pieceB.tool : std::nan(""));
+        }
+    }
+
+    static void note(NCCompare::Deviations& deviations, Run& run, NCCompare::Place const& place, bool parted)
+    {
+        if (!deviations.largest || place.deviation > deviations.largest->deviation)
+            deviations.largest = place;
+        if (run.enter(parted)) {
+            ++deviations.partings;
+            if (!deviations.firstParting)
+                deviations.firstParting = place;
+        }
+    }
+
+    static void differ(NCCompare::Differences& differences, Run& run, NCCompare::Place const& place, bool differs,
+        double valueA, double valueB)
+    {
+        if (!run.enter(differs))
+            return;
+        ++differences.count;
+        if (!differences.first)
+            differences.first = NCCompare::ValueDifference {place.a, place.b, place.pointA, valueA, valueB};
+    }
+
+    NCCompare::Options const& options;
+    Cursor a;
+    Cursor b;
+    NCCompare::Result& result;
+    double sampling = 0.0;
+    std::uint64_t partedVertices = 0;
+    std::uint64_t reunions = 0;
+    Run pathRun;
+    Run axisRun;
+    Run feedRun;
+    Run spindleRun;
+    Run toolRun;
+};
+
+// Replays one program into its channel on a thread of its own.
+class Replay {
+public:
+    explicit Replay(NCCompare::Source const& source)
+        : tracer(channel, indexer), expander(&tracer), indexer(&expander), thread([this, &source] { run(source); })
+    {
+    }
+    ~Replay() { stop(); }
+    Replay(Replay const&) = delete;
+    Replay& operator=(Replay const&) = delete;
+
+    Channel& getChannel() noexcept { return channel; }
+    // Cancels the replay (if still running) and waits for its thread.
+    void stop()
+    {
+        channel.cancel();
+        if (thread.joinable())
+            thread.join();
+    }
+    // Whether the source stopped before its end for a reason of its own.
+    bool wasStopped() const noexcept { return stopped; }
+    ComparePath::Tracer const& getTracer() const noexcept { return tracer; }
+    std::exception_ptr getError() const noexcept { return error; }
+
+private:
+    void run(NCCompare::Source const& source)
+    {
+        try {
+            bool const replayed = source(indexer);
+            bool const completed = tracer.flush() && replayed;
+            stopped = !completed && !channel.isCancelled();
+            channel.finish(nullptr);
+        } catch (...) {
+            error = std::current_exception();
+            channel.finish(error);
+        }
+    }
+
+    Channel channel;
+    ComparePath::Tracer tracer;
+    ExpandCyclesNCStream expander;
+    ComparePath::EventIndexer indexer;
+    bool stopped = false;
+    std::exception_ptr error;
+    std::thread thread;
+};
+
+} // namespace
+
+NCCompare::NCCompare() : NCCompare(Options()) { }
+
+NCCompare::NCCompare(Options const& options) : options(options)
+{
+    if (!(options.tolerance >= MinimumTolerance) || !std::isfinite(options.tolerance))
+        throw std::invalid_argument("The tolerance must be a finite number of at least 1e-6 mm.");
+    if (!(options.axisTolerance >= MinimumAxisTolerance) || !std::isfinite(options.axisTolerance))
+        throw std::invalid_argument("The axis tolerance must be a finite number of at least 1e-6 degrees.");
+}
+
+NCCompare::Result NCCompare::compare(Source const& sourceA, Source const& sourceB) const
+{
+    Result result;
+    Replay replayA(sourceA);
+    Replay replayB(sourceB);
+    std::exception_ptr walkError;
+    try {
+        Walker(options, replayA.getChannel(), replayB.getChannel(), result).run();
+    } catch (...) {
+        walkError = std::current_exception();
+    }
+    replayA.stop();
+    replayB.stop();
+    if (std::exception_ptr const error = replayA.getError())
+        std::rethrow_exception(error);
+    if (std::exception_ptr const error = replayB.getError())
+        std::rethrow_exception(error);
+    if (walkError)
+        std::rethrow_exception(walkError);
+    result.movesA = replayA.getTracer().getMoves();
+    result.movesB = replayB.getTracer().getMoves();
+    result.curvesAsChordsA = replayA.getTracer().getCurvesAsChords();
+    result.curvesAsChordsB = replayB.getTracer().getCurvesAsChords();
+    result.axisValueMovesA = replayA.getTracer().getAxisValueMoves();
+    result.axisValueMovesB = replayB.getTracer().getAxisValueMoves();
+    result.stoppedA = replayA.wasStopped();
+    result.stoppedB = replayB.wasStopped();
+    return result;
+}
+
+} // namespace Quarn
