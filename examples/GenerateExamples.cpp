@@ -6,9 +6,11 @@
 //                                            toolpath as text CLD pocket.cldt, the synthetic
 //                                            NCI toolpath synthetic-mill.nci, the three-axis
 //                                            part as G-code part-3axis.ngc and the hand-style
-//                                            G-code program bolt-circle.ngc in DIR, and
-//                                            pictures of two of them, part-3axis.svg (iso)
-//                                            and bolt-circle.svg (top)
+//                                            G-code program bolt-circle.ngc in DIR, a copy of
+//                                            part-3axis.ngc edited by hand,
+//                                            part-3axis-edited.ngc, and pictures of two of
+//                                            them, part-3axis.svg (iso) and bolt-circle.svg
+//                                            (top)
 //   quarn-generate-examples --moves N FILE   a generated program of N moves
 #include "examples/ExampleProgram.h"
 #include "examples/ExampleToolpath.h"
@@ -298,6 +300,23 @@ void writeText(std::string const& path, std::string_view text)
     std::printf("wrote %s\n", path.c_str());
 }
 
+// The part's G-code as a machinist edits it at the machine: the second hole, at X90 Y10, drilled
+// 0.02 mm deeper. The one changed number is what quarnnc diff finds.
+void writeEditedCopy(std::string const& path, std::string const& originalPath)
+{
+    std::string text;
+    FileInputStream original(Unicode::fromUTF8(originalPath));
+    char buffer[4096];
+    while (std::size_t const got = original.read(buffer, sizeof buffer))
+        text.append(buffer, got);
+    constexpr std::string_view hole = "X90\nG1 Z-12\n";
+    std::size_t const at = text.find(hole);
+    if (at == std::string::npos)
+        throw RuntimeException(L"The part's G-code has no second hole to edit.");
+    text.replace(at, hole.size(), "X90\nG1 Z-12.02\n");
+    writeText(path, text);
+}
+
 // A picture of an example program, as quarnnc plot draws it: its extent first, then the drawing.
 void writePlot(std::string const& path, std::string const& programPath, NCReader& reader, SVGPlotWriter::View view)
 {
@@ -345,6 +364,7 @@ int main(int argc, char** argv)
         writeSyntheticNCI(first + "/synthetic-mill.nci");
         write<GCodeWriter>(first + "/part-3axis.ngc", Examples::sendThreeAxisPart);
         writeText(first + "/bolt-circle.ngc", BoltCircle);
+        writeEditedCopy(first + "/part-3axis-edited.ngc", first + "/part-3axis.ngc");
         CompactNCIReader compact;
         writePlot(first + "/part-3axis.svg", first + "/part-3axis.nci", compact, SVGPlotWriter::View::ISO);
         GCodeReader gcode;

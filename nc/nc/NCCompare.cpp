@@ -36,7 +36,12 @@ public:
         return !ended;
     }
     Piece const* current() const noexcept { return ended ? nullptr : &chunk[index]; }
-    Piece const* previous() const noexcept { return hasLast ? &last : nullptr; }
+    Piece const* previous() const noexcept
+    {
+        if (!ended && index > 0)
+            return &chunk[index - 1];
+        return hasLast ? &last : nullptr;
+    }
     // The piece k places after the current one (k >= 1, at most a chunk on), or null.
     Piece const* ahead(std::size_t k)
     {
@@ -51,11 +56,12 @@ public:
     }
     void advance()
     {
-        last = chunk[index];
-        hasLast = true;
         t = 0.0;
         if (++index < chunk.size())
             return;
+        // The piece before the next chunk's first outlives the chunk it came from.
+        last = chunk[index - 1];
+        hasLast = true;
         index = 0;
         if (loadFollowing()) {
             std::swap(chunk, following);
@@ -143,6 +149,9 @@ public:
             return;
         }
         while (a.current() != nullptr || b.current() != nullptr) {
+            if (a.t == 0.0 && b.t == 0.0 && a.current() != nullptr && b.current() != nullptr
+                && pairUp(*a.current(), *b.current()))
+                continue;
             double const nextA = nextVertex(a, b), nextB = nextVertex(b, a);
             if (b.current() == nullptr || (a.current() != nullptr && remaining(a, nextA) <= remaining(b, nextB)))
                 measure(a, b, nextA, true);
@@ -174,6 +183,41 @@ private:
                 && std::abs(p.r0 - q.r0) <= close && std::abs(p.r1 - q.r1) <= close);
     }
 
+    // The nearest point of a piece to p (an end when it is as near, so that a vertex met exactly
+    // measures 0, not the rounding of an angle).
+    static Match nearest(Piece const& piece, Vector3D const& p, double from = 0.0) noexcept
+    {
+        if (p == piece.end)
+            return {0, 1.0, piece.end, 0.0};
+        double const t = piece.project(p, from);
+        Match m {0, t, piece.pointAt(t), 0.0};
+        m.distance = (p - m.point).getModulus();
+        if (double const toEnd = (p - piece.end).getModulus(); toEnd <= m.distance)
+            m = {0, 1.0, piece.end, toEnd};
+        else if (double const toStart = (p - piece.start).getModulus(); atStart(piece, from) && toStart <= m.distance)
+            m = {0, 0.0, piece.start, toStart};
+        return m;
+    }
+
+    // Two pieces at whose starts the walk is, that end within the tolerance of each other and are
+    // the same kind of curve (lines, or arcs of one curve): the common case of programs that
+    // agree, measured at once. Between such pieces no point is further from the other path than
+    // their ends are.
+    bool pairUp(Piece const& pa, Piece const& pb)
+    {
+        if (pa.isArc() != pb.isArc() || (pa.end - pb.end).getModulus() > options.tolerance
+            || (pa.start - pb.start).getModulus() > options.tolerance || (pa.isArc() && !sameCurve(pa, pb)))
+            return false;
+        Match const onB = nearest(pb, pa.end), onA = nearest(pa, pb.end);
+        record(true, pa, 1.0, pa.end, pb, onB.t, onB.point);
+        record(false, pb, 1.0, pb.end, pa, onA.t, onA.point);
+        ++a.vertices;
+        ++b.vertices;
+        a.advance();
+        b.advance();
+        return true;
+    }
+
     // The parameter of the next vertex of x: the end of its piece, or the next step along an arc
     // that the other path does not follow as the same arc.
     double nextVertex(Cursor& x, Cursor& y) const
@@ -191,6 +235,9 @@ private:
         return std::min(1.0, x.t + angle / std::abs(piece->sweep));
     }
 
+    // Whether parameter t of a piece is its start to within a nanometre (a millionth of a millimetre).
+    static bool atStart(Piece const& piece, double t) noexcept { return t * piece.length <= 1e-6; }
+
     static double remaining(Cursor& x, double next) noexcept
     {
         Piece const* piece = x.current();
@@ -204,21 +251,9 @@ private:
     {
         Match best;
         auto consider = [&](Piece const& piece, std::ptrdiff_t k, double from) {
-            double t = piece.project(p, from);
-            Vector3D point = piece.pointAt(t);
-            double distance = (p - point).getModulus();
-            // An end itself when it is as near: a vertex met exactly measures 0, not the rounding of the angle.
-            if (double const toEnd = (p - piece.end).getModulus(); toEnd <= distance) {
-                t = 1.0;
-                point = piece.end;
-                distance = toEnd;
-            } else if (double const toStart = (p - piece.start).getModulus(); from == 0.0 && toStart <= distance) {
-                t = 0.0;
-                point = piece.start;
-                distance = toStart;
-            }
-            if (distance < best.distance)
-                best = {k, t, point, distance};
+            Match const m = nearest(piece, p, from);
+            if (m.distance < best.distance)
+                best = {k, m.t, m.point, m.distance};
         };
         Piece const* current = y.current();
         if (current == nullptr) {
@@ -227,7 +262,7 @@ private:
             return best;
         }
         consider(*current, 0, y.t);
-        if (y.t == 0.0 && y.previous() != nullptr)
+        if (atStart(*current, y.t) && y.previous() != nullptr)
             consider(*y.previous(), -1, 0.0);
         if (best.k == 0 && best.t >= 1.0)
             if (Piece const* next = y.ahead(1))
@@ -276,9 +311,10 @@ private:
         Piece const* other = m.k < 0 ? y.previous() : y.current();
         if (other == nullptr)
             other = y.previous();
-        // Values are those of the piece that leads to the matched point.
+        // Values are those of the piece that leads to the matched point: the one before when the
+        // point is within the tolerance of the start (files round the places where moves meet).
         Piece const* leading = other;
-        if (m.k == 0 && m.t <= 0.0 && y.previous() != nullptr)
+        if (m.k == 0 && m.t * other->length <= options.tolerance && y.previous() != nullptr)
             leading = y.previous();
         record(xIsA, own, next, p, *other, m.t, m.point, leading);
         if (m.k == 0 && y.current() != nullptr)
@@ -306,17 +342,13 @@ private:
     void record(bool xIsA, Piece const& own, double t, Vector3D const& p, Piece const& other, double otherT,
         Vector3D const& onOther, Piece const* leading)
     {
-        NCCompare::Place place;
-        place.deviation = (p - onOther).getModulus();
-        place.pointA = xIsA ? p : onOther;
-        place.pointB = xIsA ? onOther : p;
-        place.a = xIsA ? own.location : leading->location;
-        place.b = xIsA ? leading->location : own.location;
-        bool const parted = place.deviation > options.tolerance;
+        Measured const vertex {xIsA, own, p, *leading, onOther};
+        double const deviation = (p - onOther).getModulus();
+        bool const parted = deviation > options.tolerance;
         bool const rejoined = pathRun.open && !parted;
         if (!parted)
             partedVertices = 0;
-        note(result.path, pathRun, place, parted);
+        note(result.path, pathRun, vertex, deviation, parted);
         // Where the paths part, and where they meet again, the pieces matched are not the same move:
         // their axes and values say nothing.
         if (parted || rejoined)
@@ -324,46 +356,68 @@ private:
 
         Vector3D const axisX = own.axisAt(t), axisY = other.axisAt(otherT);
         if (axisX.isFinite() && axisY.isFinite()) {
-            NCCompare::Place angle = place;
-            angle.deviation = axisX == axisY
+            double const angle = axisX == axisY
                 ? 0.0
                 : std::atan2(axisX.cross(axisY).getModulus(), axisX.dot(axisY)) * (180.0 / std::numbers::pi);
-            note(result.axis, axisRun, angle, angle.deviation > options.axisTolerance);
+            note(result.axis, axisRun, vertex, angle, angle > options.axisTolerance);
         }
 
         Piece const& pieceA = xIsA ? own : *leading;
         Piece const& pieceB = xIsA ? *leading : own;
         if (options.compareFeeds)
-            differ(result.feeds, feedRun, place, !sameFeed(pieceA, pieceB), pieceA.feed, pieceB.feed);
+            differ(result.feeds, feedRun, vertex, !sameFeed(pieceA, pieceB), pieceA.feed, pieceB.feed);
         if (options.compareSpindle)
-            differ(result.spindle, spindleRun, place, !sameValue(pieceA.spindle, pieceB.spindle), pieceA.spindle,
+            differ(result.spindle, spindleRun, vertex, !sameValue(pieceA.spindle, pieceB.spindle), pieceA.spindle,
                 pieceB.spindle);
         if (options.compareTools) {
             bool const differs = pieceA.hasTool != pieceB.hasTool || pieceA.tool != pieceB.tool;
-            differ(result.tools, toolRun, place, differs, pieceA.hasTool ? pieceA.tool : std::nan(""),
+            differ(result.tools, toolRun, vertex, differs, pieceA.hasTool ? pieceA.tool : std::nan(""),
                 pieceB.hasTool ? pieceB.tool : std::nan(""));
         }
     }
 
-    static void note(NCCompare::Deviations& deviations, Run& run, NCCompare::Place const& place, bool parted)
+    // A vertex of one program (x) and the point of the other it was measured against, made into a
+    // place only when one is kept.
+    struct Measured {
+        bool xIsA;
+        Piece const& own;
+        Vector3D const& p;
+        Piece const& leading;
+        Vector3D const& onOther;
+
+        NCCompare::Place place(double deviation) const
+        {
+            return {deviation, xIsA ? p : onOther, xIsA ? onOther : p, xIsA ? own.location : leading.location,
+                xIsA ? leading.location : own.location};
+        }
+    };
+
+    static void note(NCCompare::Deviations& deviations, Run& run, Measured const& vertex, double deviation, bool parted)
     {
-        if (!deviations.largest || place.deviation > deviations.largest->deviation)
+        bool const largest = !deviations.largest || deviation > deviations.largest->deviation;
+        bool const first = run.enter(parted);
+        if (!largest && !first)
+            return;
+        NCCompare::Place const place = vertex.place(deviation);
+        if (largest)
             deviations.largest = place;
-        if (run.enter(parted)) {
+        if (first) {
             ++deviations.partings;
             if (!deviations.firstParting)
                 deviations.firstParting = place;
         }
     }
 
-    static void differ(NCCompare::Differences& differences, Run& run, NCCompare::Place const& place, bool differs,
+    static void differ(NCCompare::Differences& differences, Run& run, Measured const& vertex, bool differs,
         double valueA, double valueB)
     {
         if (!run.enter(differs))
             return;
         ++differences.count;
-        if (!differences.first)
+        if (!differences.first) {
+            NCCompare::Place const place = vertex.place(0.0);
             differences.first = NCCompare::ValueDifference {place.a, place.b, place.pointA, valueA, valueB};
+        }
     }
 
     NCCompare::Options const& options;

@@ -46,7 +46,7 @@ class NCStream;
 //   not compared: the pieces there are not the same move.
 // - Feed, spindle speed and tool number of the piece each vertex ends, against those of the
 //   other program's piece at the point the vertex is matched to (the piece before it when the
-//   point is that piece's start). Feeds are equal when both are rapids, or both feed moves of one
+//   point is within the tolerance of that piece's start, as files round the ends of moves). Feeds are equal when both are rapids, or both feed moves of one
 //   feed mode whose feedrates (per minute converted to millimetres) differ by at most 0.1%;
 //   spindle speeds (the tool's at onTool, then each onSpindleSpeed) by at most 0.1%; tool
 //   numbers (onTool) when equal. Each comparison can be switched off.

@@ -17,13 +17,6 @@ constexpr double TwoPi = 2.0 * std::numbers::pi;
 constexpr double QuarterTurn = 0.5 * std::numbers::pi;
 constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
 
-// The angle in (-pi, pi] made equivalent to angle.
-double wrap(double angle) noexcept
-{
-    angle = std::remainder(angle, TwoPi);
-    return angle <= -Pi ? angle + TwoPi : angle;
-}
-
 } // namespace
 
 // --- Piece.
@@ -58,9 +51,11 @@ double Piece::project(Vector3D const& p, double from) const noexcept
         // Outside the sweep, the nearer end by angle.
         t = angle / sweep;
         if (t < 0.0 || t > 1.0) {
-            double const toStart = std::abs(wrap(angle));
-            double const toEnd = std::abs(wrap(angle - sweep));
-            t = toStart <= toEnd ? 0.0 : 1.0;
+            // angle is in (-pi, pi] and the sweep at most a quarter turn: one turn wraps the rest.
+            double toEnd = std::abs(angle - sweep);
+            if (toEnd > Pi)
+                toEnd = TwoPi - toEnd;
+            t = std::abs(angle) <= toEnd ? 0.0 : 1.0;
         }
     }
     return std::clamp(t, from, 1.0);
@@ -229,35 +224,40 @@ bool Tracer::arc(Vector3D const& programCentre, Vector3D const& programEnd, Vect
         sweep = sense < 0 ? -angle : angle;
     }
     ++moves;
-    // Pieces of at most a quarter turn, so that a point's angle names one place on each.
+    // Pieces of at most a quarter turn, so that a point's angle names one place on each. The
+    // directions of their starts turn by the step, one rotation each.
     auto const count = static_cast<unsigned int>(std::min(std::ceil(std::abs(sweep) / QuarterTurn), 1e6));
-    double const step = sweep / count;
-    double const radius = 0.5 * (r0 + r1);
+    double const step = sweep / count, c = std::cos(step), s = std::sin(step);
+    double const length = std::hypot(0.5 * (r0 + r1) * step, rise / count);
+    Vector3D uk = u, vk = v;
     for (unsigned int k = 0; k < count; ++k) {
+        if (chunk.size() >= Channel::ChunkSize && !channel.push(chunk))
+            return false;
         double const t0 = static_cast<double>(k) / count, t1 = static_cast<double>(k + 1) / count;
-        double const angle = step * k;
         Piece& piece = begin(Vector3D(), kind, feed);
         piece.centre = level + n * (rise * t0);
-        piece.u = u * std::cos(angle) + v * std::sin(angle);
-        piece.v = n.cross(piece.u);
+        piece.u = uk;
+        piece.v = vk;
         piece.normal = n;
         piece.sweep = step;
         piece.r0 = r0 + (r1 - r0) * t0;
         piece.r1 = r0 + (r1 - r0) * t1;
         piece.rise = rise / count;
-        piece.end = piece.centre + (piece.u * std::cos(step) + piece.v * std::sin(step)) * piece.r1 + n * piece.rise;
+        uk = piece.u * c + piece.v * s;
+        vk = piece.v * c - piece.u * s;
+        piece.end = piece.centre + uk * piece.r1 + n * piece.rise;
         piece.axisEnd = plain;
-        piece.length = std::hypot(radius * step, piece.rise);
+        piece.length = length;
         position = piece.end;
-        axis = plain;
-        if (chunk.size() >= Channel::ChunkSize && !channel.push(chunk))
-            return false;
     }
-    // A sweep that does not reach the given end (onCircular's may not): the rest as a line.
-    if ((end - *position).getModulus() > 1e-9 * std::max(1.0, radius)) {
+    axis = plain;
+    // The last piece ends at the given end; a sweep that does not reach it (onCircular's may
+    // not) leaves the rest to a line.
+    if ((end - *position).getModulus() > 1e-9 * std::max(1.0, r1)) {
         --moves;
         return line(programEnd, plain, kind, feed);
     }
+    chunk.back().end = end;
     position = end;
     return commit();
 }

@@ -207,7 +207,7 @@ TEST_F(Quarnnc, BundledExamplesAreWhatTheGeneratorWrites)
     ASSERT_EQ(std::system(command.c_str()), 0);
     for (char const* name : {"part-3axis.nci", "swarf-5axis.nci", "inch-part.nci", "pocket.kts", "pocket.jsonl",
              "swarf-5axis.cld", "pocket.cldt", "synthetic-mill.nci", "part-3axis.ngc", "bolt-circle.ngc",
-             "part-3axis.svg", "bolt-circle.svg"})
+             "part-3axis-edited.ngc", "part-3axis.svg", "bolt-circle.svg"})
         EXPECT_EQ(readFile(scratch / name), readFile(source / "examples" / name))
             << name << " is out of date: build the regenerate-examples target";
 }
@@ -220,10 +220,10 @@ TEST_F(Quarnnc, VersionHelpAndUsageErrors)
 
     Result help = run("--help");
     EXPECT_EQ(help.status, 0);
-    for (char const* command : {"info", "validate", "convert", "transform", "ranges", "log", "plot"})
+    for (char const* command : {"info", "validate", "convert", "transform", "ranges", "log", "plot", "diff"})
         EXPECT_NE(help.out.find(command), std::string::npos) << command;
     EXPECT_EQ(run("convert --help").status, 0);
-    for (char const* command : {"info", "validate", "convert", "transform", "ranges", "log", "plot"})
+    for (char const* command : {"info", "validate", "convert", "transform", "ranges", "log", "plot", "diff"})
         EXPECT_NE(run(std::string(command) + " --help").out.find("NCI files do not say their unit"), std::string::npos)
             << command;
 

@@ -37,6 +37,7 @@ void addTransformCommand(CLI::App& app, Invocation& invocation);
 void addRangesCommand(CLI::App& app, Invocation& invocation);
 void addLogCommand(CLI::App& app, Invocation& invocation);
 void addPlotCommand(CLI::App& app, Invocation& invocation);
+void addDiffCommand(CLI::App& app, Invocation& invocation);
 
 // Writes the input into the output through an optional chain of filters ending in the output
 // format's writer: the body of convert, transform and log. `head` builds the filters in front

@@ -44,6 +44,17 @@ Format const& detectInput(std::string const& path)
     throw ToolError(ExitDataError, path, "Not an NC program in a format this tool reads.");
 }
 
+bool readsFileLineNumbers(Format const& format)
+{
+    if (format.configureReader == nullptr)
+        return false;
+    ReaderOptions options;
+    options.fileLineNumbers = true;
+    auto reader = format.makeReader();
+    format.configureReader(*reader, options);
+    return reader->getPassThroughLineNumbers();
+}
+
 bool replay(Format const& format, std::string const& path, NCStream& chain, RunOptions const& options)
 {
     auto reader = format.makeReader();

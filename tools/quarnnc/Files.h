@@ -24,6 +24,9 @@ struct ReaderOptions {
     NCUnit::Unit gcodeUnit = NCUnit::MILLIMETERS;
     // Skip the G-code blocks that start with "/".
     bool blockDelete = false;
+    // Send the file's line of every block or record as onLineNumber, in the text formats whose
+    // reader can (NCReader::setPassThroughLineNumbers), instead of the numbers the program holds.
+    bool fileLineNumbers = false;
 };
 
 struct RunOptions {
@@ -34,6 +37,10 @@ struct RunOptions {
 // The format of an existing input file; ToolError 66 when it is missing, 65 when no format
 // recognises it (naming what the file is when a format can tell).
 Format const& detectInput(std::string const& path);
+
+// Whether the reader of the format sends the file's lines when ReaderOptions::fileLineNumbers
+// asks for them.
+bool readsFileLineNumbers(Format const& format);
 
 // Reads the whole input into the chain through a reader set up by options.reader; false when the
 // chain stopped the program. Malformed input ends in ToolError 65 with the position of the fault.

@@ -12,6 +12,7 @@ namespace Quarn::Tool {
 enum ExitStatus : int {
     ExitOk = 0,
     ExitWarnings = 1, // validate --strict: warnings only
+    ExitDiffer = 1, // diff: the programs differ
     ExitErrors = 2, // validate: the program has errors
     ExitUsage = 64, // bad command line
     ExitDataError = 65, // malformed or foreign input

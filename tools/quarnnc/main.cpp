@@ -10,7 +10,7 @@
 int main(int argc, char** argv)
 {
     using namespace Quarn::Tool;
-    CLI::App app {"Reads, checks, converts and transforms numerical-control programs.", "quarnnc"};
+    CLI::App app {"Reads, checks, converts, transforms and compares numerical-control programs.", "quarnnc"};
     app.set_version_flag("--version", std::string("quarnnc " QUARN_VERSION));
     app.require_subcommand(1, 1);
     app.fallthrough();
@@ -23,6 +23,7 @@ int main(int argc, char** argv)
     addRangesCommand(app, invocation);
     addLogCommand(app, invocation);
     addPlotCommand(app, invocation);
+    addDiffCommand(app, invocation);
 
     try {
         app.parse(argc, argv);

@@ -1,7 +1,7 @@
 // G-code in the RS274NGC dialect as LinuxCNC's interpreter reads it: read (the program's language
-// run, in the unit of --gcode-unit until it says G20 or G21, block delete by --block-delete) and
-// written, with the number of decimals, line numbers and the tolerance of arcs written as lines
-// as options.
+// run, in the unit of --gcode-unit until it says G20 or G21, block delete by --block-delete, the
+// file's line of each block as its line number when asked) and written, with the number of
+// decimals, line numbers and the tolerance of arcs written as lines as options.
 #include "tools/quarnnc/formats/FormatParts.h"
 
 #include "nc/nc/io/GCodeReader.h"
@@ -72,6 +72,7 @@ void configure(NCReader& reader, ReaderOptions const& options)
     auto& gcode = static_cast<GCodeReader&>(reader);
     gcode.setUnit(options.gcodeUnit);
     gcode.setBlockDelete(options.blockDelete);
+    gcode.setPassThroughLineNumbers(options.fileLineNumbers);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // The CAM system's ASCII NCI toolpath files: read only, in the length unit of --nci-unit, drill
-// cycles as cycle groups or, with --expand-cycles, as the moves of each hole.
+// cycles as cycle groups or, with --expand-cycles, as the moves of each hole; each record's line
+// as a line number when asked.
 #include "tools/quarnnc/formats/FormatParts.h"
 
 #include "nc/nc/io/MastercamNCIReader.h"
@@ -22,6 +23,7 @@ void configure(NCReader& reader, ReaderOptions const& options)
     auto& nci = static_cast<MastercamNCIReader&>(reader);
     nci.setExpandCycles(options.expandCycles);
     nci.setUnit(options.nciUnit);
+    nci.setPassThroughLineNumbers(options.fileLineNumbers);
 }
 
 // The reader passes records it does not know on as parameters instead of stopping.
