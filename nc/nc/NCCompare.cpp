@@ -166,8 +166,10 @@ private:
     // The piece of y the walk is on, or its last piece once it ended.
     static Piece const* here(Cursor& y) noexcept { return y.current() != nullptr ? y.current() : y.previous(); }
 
-    // Whether two arcs are one curve, so that measuring at their ends is exact: arcs of one circle
-    // (split anywhere), or the same piece of a helix or spiral.
+    // Whether two arcs are of one kind, so that measuring at their vertices is exact: planar arcs
+    // about one centre (split anywhere; their radii may change along them, as files round them:
+    // between vertices the distance of two such arcs changes evenly with the angle), or the same
+    // piece of a helix.
     bool sameCurve(Piece const& p, Piece const& q) const noexcept
     {
         if (!p.isArc() || !q.isArc())
@@ -175,9 +177,8 @@ private:
         double const close = sampling;
         if (p.normal.cross(q.normal).getModulus() > 1e-9 || (q.centre - p.centre).getModulus() > close)
             return false;
-        bool const circle = std::abs(p.rise) <= close && std::abs(q.rise) <= close && std::abs(p.r0 - p.r1) <= close
-            && std::abs(q.r0 - q.r1) <= close && std::abs(p.r0 - q.r0) <= close;
-        return circle
+        bool const planar = std::abs(p.rise) <= close && std::abs(q.rise) <= close;
+        return planar
             || ((p.start - q.start).getModulus() <= close && (p.end - q.end).getModulus() <= close
                 && std::abs(p.sweep - q.sweep) <= 1e-9 && std::abs(p.rise - q.rise) <= close
                 && std::abs(p.r0 - q.r0) <= close && std::abs(p.r1 - q.r1) <= close);

@@ -14,7 +14,6 @@ namespace {
 
 constexpr double Pi = std::numbers::pi;
 constexpr double TwoPi = 2.0 * std::numbers::pi;
-constexpr double QuarterTurn = 0.5 * std::numbers::pi;
 constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
 
 } // namespace
@@ -51,7 +50,7 @@ double Piece::project(Vector3D const& p, double from) const noexcept
         // Outside the sweep, the nearer end by angle.
         t = angle / sweep;
         if (t < 0.0 || t > 1.0) {
-            // angle is in (-pi, pi] and the sweep at most a quarter turn: one turn wraps the rest.
+            // angle is in (-pi, pi] and the sweep at most a half turn: one turn wraps the rest.
             double toEnd = std::abs(angle - sweep);
             if (toEnd > Pi)
                 toEnd = TwoPi - toEnd;
@@ -224,11 +223,12 @@ bool Tracer::arc(Vector3D const& programCentre, Vector3D const& programEnd, Vect
         sweep = sense < 0 ? -angle : angle;
     }
     ++moves;
-    // Pieces of at most a quarter turn, so that a point's angle names one place on each. The
+    // Pieces of at most a half turn, so that a point's angle names one place on each. The
     // directions of their starts turn by the step, one rotation each.
-    auto const count = static_cast<unsigned int>(std::min(std::ceil(std::abs(sweep) / QuarterTurn), 1e6));
+    auto const count = static_cast<unsigned int>(std::min(std::ceil(std::abs(sweep) / Pi), 1e6));
     double const step = sweep / count, c = std::cos(step), s = std::sin(step);
-    double const length = std::hypot(0.5 * (r0 + r1) * step, rise / count);
+    double const arcLength = 0.5 * (r0 + r1) * step, riseLength = rise / count;
+    double const length = std::sqrt(arcLength * arcLength + riseLength * riseLength);
     Vector3D uk = u, vk = v;
     for (unsigned int k = 0; k < count; ++k) {
         if (chunk.size() >= Channel::ChunkSize && !channel.push(chunk))

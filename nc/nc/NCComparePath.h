@@ -26,7 +26,7 @@ namespace Quarn::ComparePath {
 enum class FeedKind : std::uint8_t { Rapid, PerMinute, PerRevolution, InverseTime };
 
 // A piece of path from start (t = 0) to end (t = 1): a line, or an arc about the axis through
-// centre along normal whose angle grows evenly to sweep (|sweep| at most a quarter turn), radius
+// centre along normal whose angle grows evenly to sweep (|sweep| at most a half turn), radius
 // from r0 to r1 and height along the normal by rise:
 //     P(t) = centre + (u cos(t sweep) + v sin(t sweep)) (r0 + (r1 - r0) t) + normal rise t.
 // The tool axis turns evenly from axisStart to axisEnd (NaN when not known).
