@@ -87,26 +87,6 @@ private:
     bool cancelled = false;
 };
 
-// Whether an event has an index of its own in a program: every event but text, stock, turn
-// groups and their ends, toolpath entity indices and machine axis records.
-constexpr bool isIndexedEvent(NCEvent event) noexcept
-{
-    switch (event) {
-    case NCEvent::passThrough:
-    case NCEvent::onComment:
-    case NCEvent::onToolpathEntityIndex:
-    case NCEvent::onStock:
-    case NCEvent::onTurnGroup:
-    case NCEvent::onTurnGroupEnd:
-    case NCEvent::onMachineAxisOrdering:
-    case NCEvent::onMachineAxisValues:
-    case NCEvent::onFrame:
-        return false;
-    default:
-        return true;
-    }
-}
-
 // Counts a program's events as its source sends them, before anything expands them, so that a
 // place names the event of the file.
 class EventIndexer final : public FilterNCStream {

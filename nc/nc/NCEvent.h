@@ -55,6 +55,26 @@ constexpr NCEventCategory getEventCategory(NCEvent event) noexcept
     return NCEventCategories[static_cast<std::size_t>(event)];
 }
 
+// Whether an event has an index of its own in a program, as validation numbers events: every event
+// but text, stock, turn groups and their ends, toolpath entity indices and machine axis records.
+constexpr bool isIndexedEvent(NCEvent event) noexcept
+{
+    switch (event) {
+    case NCEvent::passThrough:
+    case NCEvent::onComment:
+    case NCEvent::onToolpathEntityIndex:
+    case NCEvent::onStock:
+    case NCEvent::onTurnGroup:
+    case NCEvent::onTurnGroupEnd:
+    case NCEvent::onMachineAxisOrdering:
+    case NCEvent::onMachineAxisValues:
+    case NCEvent::onFrame:
+        return false;
+    default:
+        return true;
+    }
+}
+
 // Whether the event moves the tool: rapids, lines, arcs, circles, extrusions, free-form curves.
 constexpr bool isMotionEvent(NCEvent event) noexcept
 {
