@@ -1,5 +1,5 @@
-# Type stubs of the quarnnc module: NC programs read into numpy arrays, converted, and run through
-# chains of the library's filters and writers and of stages written in Python.
+# Type stubs of the quarnnc module: NC programs read into numpy arrays, converted, run through chains
+# of the library's filters and writers and of stages written in Python, and compared.
 import enum
 import os
 from types import TracebackType
@@ -597,3 +597,97 @@ def validate(
     block_delete: bool = False,
     expand_cycles: bool = False,
 ) -> list[Finding]: ...
+
+# --- Comparison of two programs ------------------------------------------------------------------
+
+class Location:
+    """Where a place lies in one program: event index, the file's line (G-code and the CAM system's
+    NCI files; else None) and section (from 1; 0 before the first)."""
+
+    @property
+    def event(self) -> int: ...
+    @property
+    def line(self) -> Optional[int]: ...
+    @property
+    def section(self) -> int: ...
+
+class Place:
+    """A vertex of one program and the point of the other it was measured against."""
+
+    @property
+    def deviation(self) -> float: ...  # millimetres for the path, degrees for the tool axis
+    @property
+    def point_a(self) -> _Vector: ...  # millimetres
+    @property
+    def point_b(self) -> _Vector: ...
+    @property
+    def a(self) -> Location: ...
+    @property
+    def b(self) -> Location: ...
+
+class Deviations:
+    @property
+    def largest(self) -> Optional[Place]: ...
+    @property
+    def first_parting(self) -> Optional[Place]: ...
+    @property
+    def partings(self) -> int: ...
+
+class ValueDifference:
+    """A feed (mm/min, None for a rapid), spindle speed (rpm) or tool number that differs."""
+
+    @property
+    def a(self) -> Location: ...
+    @property
+    def b(self) -> Location: ...
+    @property
+    def point(self) -> _Vector: ...  # on the path of a, millimetres
+    @property
+    def value_a(self) -> Optional[float]: ...
+    @property
+    def value_b(self) -> Optional[float]: ...
+
+class Differences:
+    @property
+    def count(self) -> int: ...
+    @property
+    def first(self) -> Optional[ValueDifference]: ...
+
+class Comparison:
+    """What diff found; counts are tuples (a, b)."""
+
+    @property
+    def agree(self) -> bool: ...
+    @property
+    def path(self) -> Deviations: ...  # millimetres
+    @property
+    def axis(self) -> Deviations: ...  # degrees
+    @property
+    def feeds(self) -> Differences: ...
+    @property
+    def spindle(self) -> Differences: ...
+    @property
+    def tools(self) -> Differences: ...
+    @property
+    def moves(self) -> tuple[int, int]: ...
+    @property
+    def vertices(self) -> tuple[int, int]: ...
+    @property
+    def curves_as_chords(self) -> tuple[int, int]: ...
+    @property
+    def axis_value_moves(self) -> tuple[int, int]: ...
+    @property
+    def stopped(self) -> tuple[bool, bool]: ...
+
+def diff(
+    a: _Path,
+    b: _Path,
+    *,
+    tolerance: float = 0.01,
+    axis_tolerance: float = 0.01,
+    ignore: Union[str, Iterable[str]] = (),  # 'feed', 'spindle', 'tools'
+    nci_unit: str = "inch",
+    gcode_unit: str = "mm",
+    block_delete: bool = False,
+) -> Comparison:
+    """Compares two programs by the path of the tool tip, as `quarnnc diff` does."""

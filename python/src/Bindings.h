@@ -16,5 +16,8 @@ void bindValues(py::module_& module);
 void bindReading(py::module_& module);
 // convert, the stages of a chain, quarnnc.NCStream for stages written in Python, validation.
 void bindChains(py::module_& module);
+// diff and the classes of its result (Comparison, Deviations, Place, Location, Differences,
+// ValueDifference).
+void bindCompare(py::module_& module);
 
 } // namespace Quarn::Python
