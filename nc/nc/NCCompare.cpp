@@ -121,7 +121,8 @@ struct Run {
 
 bool sameValue(double a, double b) noexcept
 {
-    return a == b || std::abs(a - b) <= RelativeValueTolerance * std::max(std::abs(a), std::abs(b));
+    return a == b || std::abs(a - b) <= RelativeValueTolerance * std::max(std::abs(a), std::abs(b))
+        || (std::isnan(a) && std::isnan(b));
 }
 
 bool sameFeed(Piece const& a, Piece const& b) noexcept
