@@ -168,7 +168,7 @@ private:
     static Piece const* here(Cursor& y) noexcept { return y.current() != nullptr ? y.current() : y.previous(); }
 
     // Whether two arcs are of one kind, so that measuring at their vertices is exact: planar arcs
-    // about one centre (split anywhere; their radii may change along them, as files round them:
+    // about one centre turning the same way (split anywhere; their radii may change along them, as files round them:
     // between vertices the distance of two such arcs changes evenly with the angle), or the same
     // piece of a helix.
     bool sameCurve(Piece const& p, Piece const& q) const noexcept
@@ -177,6 +177,9 @@ private:
             return false;
         double const close = sampling;
         if (p.normal.cross(q.normal).getModulus() > 1e-9 || (q.centre - p.centre).getModulus() > close)
+            return false;
+        // Both turning the same way about the axis: the two halves of a circle share their ends.
+        if ((p.sweep > 0.0) != ((q.sweep > 0.0) == (p.normal.dot(q.normal) > 0.0)))
             return false;
         bool const planar = std::abs(p.rise) <= close && std::abs(q.rise) <= close;
         return planar

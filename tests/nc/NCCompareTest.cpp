@@ -206,11 +206,16 @@ TEST(NCCompareTest, AnArcAgreesWithItsLinesOnlyAboveTheirChordalError)
     Result const same = compare(arc, halves, tolerance(1e-6));
     EXPECT_TRUE(same.agree());
     EXPECT_LE(same.path.largest->deviation, 1e-9);
-    // The other way round the circle is not.
+    // The other way round the circle is not, nor the other half of a circle between the same ends.
     Program clockwise {{{{Move::Rapid, {r, 0.0, 0.0}}, {Move::CW, {0.0, r, 0.0}, {}}}}};
     Result const reversed = compare(arc, clockwise);
     EXPECT_FALSE(reversed.agree());
     EXPECT_GT(reversed.path.largest->deviation, r);
+    Program upper {{{{Move::Rapid, {r, 0.0, 0.0}}, {Move::CCW, {-r, 0.0, 0.0}, {}}}}};
+    Program lower {{{{Move::Rapid, {r, 0.0, 0.0}}, {Move::CW, {-r, 0.0, 0.0}, {}}}}};
+    Result const otherHalf = compare(upper, lower);
+    EXPECT_FALSE(otherHalf.agree());
+    EXPECT_GT(otherHalf.path.largest->deviation, r);
 }
 
 TEST(NCCompareTest, AHoleCycleIsTheMovesItMakes)
