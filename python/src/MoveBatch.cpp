@@ -4,6 +4,7 @@
 #include <pybind11/numpy.h>
 
 #include <cstdlib>
+#include <limits>
 #include <new>
 #include <utility>
 
@@ -46,6 +47,9 @@ void RecordBuffer::reserve(std::size_t capacity)
 {
     if (capacity <= room)
         return;
+    // A size that does not fit size_t would wrap to a small block (a huge batch asks for one).
+    if (capacity > std::numeric_limits<std::size_t>::max() / sizeof(MoveRecord))
+        throw std::bad_alloc();
     // realloc moves large blocks by remapping their pages: growing a program of millions of
     // moves copies nothing and never holds two copies.
     void* const grown = std::realloc(records, capacity * sizeof(MoveRecord));

@@ -137,26 +137,6 @@ struct ProgramData {
     std::vector<DwellData> dwells;
 };
 
-// Whether quarnnc validate counts an event (NCValidateStream::eventCount): every event but the
-// text records, the stock, turn groups, entity indices and the machine axes.
-constexpr bool isCountedEvent(NCEvent event) noexcept
-{
-    switch (event) {
-    case NCEvent::passThrough:
-    case NCEvent::onComment:
-    case NCEvent::onToolpathEntityIndex:
-    case NCEvent::onStock:
-    case NCEvent::onTurnGroup:
-    case NCEvent::onTurnGroupEnd:
-    case NCEvent::onMachineAxisOrdering:
-    case NCEvent::onMachineAxisValues:
-    case NCEvent::onFrame:
-        return false;
-    default:
-        return true;
-    }
-}
-
 // The sink that turns a stream into move records. It makes no Python call, so it runs without
 // the GIL. Moves go into the buffer; when it is full, the batch handler takes it (iteration) or
 // the buffer grows (reading a whole program). With gathering on, contexts, tools, sections,
@@ -196,7 +176,7 @@ private:
     template <NCEvent E, typename... Arguments>
     bool on(Tag<E>, Arguments const&...) noexcept
     {
-        if constexpr (isCountedEvent(E))
+        if constexpr (isIndexedEvent(E))
             ++eventIndex;
         return true;
     }

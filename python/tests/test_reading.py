@@ -295,6 +295,12 @@ def test_cut_and_malformed_files(tmp_path, examples_dir):
     assert caught.value.line == 6 and caught.value.offset is None and caught.value.file == str(bad)
 
 
+def test_a_batch_too_large_for_memory_is_a_memory_error(examples_dir):
+    for batch in (2**64 // 136 + 1, 2**63 - 1):
+        with pytest.raises(MemoryError):
+            next(quarnnc.iter_moves(examples_dir / "part-3axis.nci", batch))
+
+
 def test_iter_moves_raises_after_the_good_batches(tmp_path, generate):
     path = generate(200_000)
     whole = quarnnc.read(path).moves
